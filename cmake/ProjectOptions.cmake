@@ -1,0 +1,29 @@
+# INTERFACE targets that every target of the project links: `project_options` (include root, warnings, sanitizers) and
+# `hardening` (what ships).
+
+add_library(project_options INTERFACE)
+target_include_directories(project_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(project_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wconversion -Wimplicit-fallthrough
+  "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual;-Wold-style-cast;-Wextra-semi>"
+  # A value's payload word is viewed as whatever its tag names.
+  -fno-strict-aliasing)
+target_link_libraries(project_options INTERFACE Threads::Threads)
+
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(project_options INTERFACE -Wthread-safety)
+else()
+  # Unique symbols would keep a closed plug-in in the process.
+  target_compile_options(project_options INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>" -Wshadow=local)
+endif()
+
+if(SANITIZE)
+  target_compile_options(project_options INTERFACE
+    -fsanitize=${SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(project_options INTERFACE -fsanitize=${SANITIZE})
+endif()
+
+add_library(hardening INTERFACE)
+target_compile_options(hardening INTERFACE -fstack-protector-strong)
+target_compile_definitions(hardening INTERFACE "$<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>")
+target_link_options(hardening INTERFACE -Wl,-z,relro -Wl,-z,now)
