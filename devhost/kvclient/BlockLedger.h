@@ -1,0 +1,80 @@
+// Which blocks live, of which kind they are, and who freed those that don't live any more.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <unordered_map>
+
+#include "devhost/devhost.h"
+#include "devhost/kvclient/blocks.h"
+
+namespace devhost {
+
+/// The books of levels `ledger` and `strict`, beside the blocks and not inside them: a block looks the same at each
+/// level, and a wild pointer can be looked up without being followed.
+///
+/// A block is entered when it is allocated. At `ledger` its entry goes when it is freed. At `strict` the entry stays,
+/// the block is filled with `poison` and waits in a queue until so many younger ones stand behind it; only then is it
+/// checked for writes and its memory given back. Until then a second free and a write are told with the name of who
+/// freed it.
+///
+/// The books are split in shards by address, each with its own lock, so that threads seldom meet.
+class BlockLedger {
+ public:
+  /// The one ledger. It is never destroyed: plug-ins free their constants while the process ends. [any thread]
+  static BlockLedger& instance();
+
+  /// Enters a new block. [any thread]
+  void add(void* block, BlockKind kind, std::size_t size);
+
+  /// Takes a block out of the live ones. Tells whether its memory is to be given back now. Aborts as checkFreeable.
+  /// [any thread]
+  bool retire(void* block, BlockKind kind, const CallSite& site);
+
+  /// Aborts when `block` is of another kind, was freed already or, at `strict`, isn't known. [any thread]
+  void checkFreeable(const void* block, BlockKind kind, const CallSite& site);
+
+  /// Aborts when `block` is of another kind or was freed already. [any thread]
+  void checkReadable(const void* block, BlockKind kind, const CallSite& site);
+
+  /// Aborts when a freed block was written to. [any thread]
+  void checkFreedBlocks();
+
+  /// The live blocks of all shards, one shard after the other. [any thread]
+  LiveBlocks live();
+
+ private:
+  struct Entry {
+    BlockKind kind;
+    std::size_t size;
+    bool freed;
+    CallSite freedBy;
+  };
+
+  // On a cache line of its own.
+  struct alignas(64) Shard {
+    std::mutex mutex;
+    std::unordered_map<const void*, Entry> entries;
+    std::array<std::int64_t, blockKinds> live{};
+    std::deque<void*> freed;
+    std::size_t freedBytes = 0;
+  };
+
+  static constexpr std::size_t shardCount = 64;
+  static constexpr std::size_t maxFreedBlocks = 1024;       // of a shard
+  static constexpr std::size_t maxFreedBytes = 256 * 1024;  // of a shard
+
+  BlockLedger() = default;
+  Shard& shardOf(const void* block);
+  static Entry* findChecked(Shard& shard, const void* block, BlockKind kind, const CallSite& site);
+  static void keepBack(Shard& shard, void* block, Entry& entry, const CallSite& site);
+  static void letGoOfOldest(Shard& shard);
+  static void checkPoison(const void* block, const Entry& entry);
+
+  std::array<Shard, shardCount> shards;
+};
+
+}  // namespace devhost

@@ -1,0 +1,18 @@
+#include "devhost/kvclient/standard_error.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace devhost {
+
+void writeStandardError(std::string_view text) noexcept {
+  while (!text.empty()) {
+    const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+}  // namespace devhost
