@@ -1,0 +1,32 @@
+#include "tests/support/Environment.h"
+
+#include <stdlib.h>
+
+namespace tests {
+
+Environment::~Environment() {
+  for (const auto& [name, value] : before) {
+    if (value) {
+      setenv(name.c_str(), value->c_str(), 1);
+    } else {
+      unsetenv(name.c_str());
+    }
+  }
+}
+
+void Environment::set(const std::string& name, const std::string& value) {
+  remember(name);
+  setenv(name.c_str(), value.c_str(), 1);
+}
+
+void Environment::unset(const std::string& name) {
+  remember(name);
+  unsetenv(name.c_str());
+}
+
+void Environment::remember(const std::string& name) {
+  const char* value = getenv(name.c_str());
+  before.emplace(name, value ? std::optional<std::string>(value) : std::nullopt);
+}
+
+}  // namespace tests
