@@ -2,19 +2,29 @@
 // tests or run alone.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
+
+#include "simulator/FaultPlan.h"
+#include "simulator/Journal.h"
 
 namespace simulator {
 
 struct Options {
-  std::string address = "127.0.0.1";    ///< where to listen
-  std::uint16_t port = 0;               ///< 0 takes a free one
-  std::string database = ":memory:";    ///< an SQLite file, or ":memory:"
-  std::string username = "fleet";       ///< basic authorisation
+  std::string address = "127.0.0.1";  ///< where to listen
+  std::uint16_t port = 0;             ///< 0 takes a free one
+  std::string database = ":memory:";  ///< an SQLite file, or ":memory:"
+  std::string username = "fleet";     ///< basic authorisation
   std::string password = "fleet-secret";
+  std::size_t bodyLimit = 16 << 20;     ///< bytes of a request's body
+  std::size_t journalEntries = 20'000;  ///< requests that the journal keeps
+  std::size_t journalBytes = 64 << 20;  ///< bytes of their bodies in all
+  std::function<Moment()> clock;        ///< stamps documents and the journal; empty takes the system's
 };
 
 /// Serves from construction to destruction, on threads of its own. [any thread]
@@ -32,8 +42,18 @@ class Simulator {
   /// Resources in the store by kind: "managed objects", "alarms", "events", "operations".
   std::map<std::string, std::int64_t> counts() const;
 
-  /// Requests that were answered so far.
+  /// Requests that were answered so far, refusals included; a fault that sends no answer doesn't count.
   std::uint64_t requestsServed() const;
+
+  /// Adds a rule behind those of the fault plan.
+  void addFault(const Fault& fault);
+  /// Empties the fault plan.
+  void clearFaults();
+  /// The rules of the fault plan in their order, with what they have hit.
+  std::vector<FaultState> faults() const;
+
+  /// The latest requests, oldest first. Requests to /admin and those that were no HTTP are not among them.
+  std::vector<JournalEntry> journal() const;
 
  private:
   class Impl;

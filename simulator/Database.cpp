@@ -1,0 +1,127 @@
+#include "simulator/Database.h"
+
+#include <sqlite3.h>
+
+#include <stdexcept>
+
+namespace simulator {
+
+namespace {
+
+[[noreturn]] void fail(sqlite3* connection) {
+  throw std::runtime_error(sqlite3_errmsg(connection));
+}
+
+}  // namespace
+
+void Database::Close::operator()(sqlite3* connection) const {
+  sqlite3_close(connection);
+}
+
+Database::Database(const std::string& path, const char* schema, int version) {
+  try {
+    sqlite3* opened = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+    connection.reset(opened);
+    if (code != SQLITE_OK) throw std::runtime_error(opened == nullptr ? "out of memory" : sqlite3_errmsg(opened));
+    prepare(schema, version);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error("can't open the database \"" + path + "\": " + error.what());
+  }
+}
+
+void Database::prepare(const char* schema, int version) {
+  // A crash of the whole machine may cost the latest requests, never the file.
+  execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
+  const int present = userVersion();
+  if (present == version) return;
+  if (present != 0) {
+    throw std::runtime_error("its schema has version " + std::to_string(present) + ", expected is " +
+                             std::to_string(version));
+  }
+  Transaction transaction(*this);
+  execute(schema);
+  transaction.commit();
+}
+
+int Database::userVersion() {
+  Statement statement(*this, "PRAGMA user_version");
+  Query query(statement);
+  query.next();
+  return static_cast<int>(query.integer(0));
+}
+
+void Database::execute(const char* statements) {
+  if (sqlite3_exec(connection.get(), statements, nullptr, nullptr, nullptr) != SQLITE_OK) fail(connection.get());
+}
+
+void Statement::Finalize::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
+Statement::Statement(Database& database, const std::string& text) {
+  sqlite3* connection = database.connection.get();
+  sqlite3_stmt* prepared = nullptr;
+  const int length = static_cast<int>(text.size());
+  const int code = sqlite3_prepare_v3(connection, text.c_str(), length, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+  handle.reset(prepared);
+  if (code != SQLITE_OK) fail(connection);
+}
+
+Query::~Query() {
+  sqlite3_reset(handle);
+  sqlite3_clear_bindings(handle);
+}
+
+void Query::bind(int index, std::string_view text) {
+  check(sqlite3_bind_text64(handle, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+void Query::bind(int index, std::int64_t number) {
+  check(sqlite3_bind_int64(handle, index, number));
+}
+
+bool Query::next() {
+  const int code = sqlite3_step(handle);
+  if (code == SQLITE_ROW) return true;
+  if (code != SQLITE_DONE) check(code);
+  return false;
+}
+
+bool Query::isNull(int column) const {
+  return sqlite3_column_type(handle, column) == SQLITE_NULL;
+}
+
+std::string Query::text(int column) const {
+  const auto* bytes = static_cast<const char*>(sqlite3_column_blob(handle, column));
+  return std::string(bytes == nullptr ? "" : bytes, static_cast<std::size_t>(sqlite3_column_bytes(handle, column)));
+}
+
+std::int64_t Query::integer(int column) const {
+  return sqlite3_column_int64(handle, column);
+}
+
+void Query::check(int code) const {
+  if (code != SQLITE_OK) fail(sqlite3_db_handle(handle));
+}
+
+Transaction::Transaction(Database& database) : database(database) {
+  database.execute("BEGIN");
+}
+
+Transaction::~Transaction() {
+  if (!open) return;
+  try {
+    database.execute("ROLLBACK");
+  } catch (const std::exception&) {
+    // SQLite has rolled back by itself, after a full disk for example.
+  }
+}
+
+void Transaction::commit() {
+  database.execute("COMMIT");
+  open = false;
+}
+
+}  // namespace simulator

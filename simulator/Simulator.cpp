@@ -1,0 +1,163 @@
+#include "simulator/Simulator.h"
+
+#include <limits>
+
+#include "connectivity/thread_annotations.h"
+#include "simulator/AdminRoutes.h"
+#include "simulator/HttpServer.h"
+#include "simulator/Router.h"
+#include "simulator/Store.h"
+#include "simulator/errors.h"
+#include "simulator/resources/Alarms.h"
+#include "simulator/resources/Events.h"
+#include "simulator/resources/ManagedObjects.h"
+#include "simulator/resources/Operations.h"
+
+namespace simulator {
+
+using com::tallowmere::connectivity10_15_4::Mutex;
+using com::tallowmere::connectivity10_15_4::MutexLock;
+
+namespace {
+
+Moment systemNow() {
+  return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+}
+
+bool isSent(Ending ending) {
+  return ending == Ending::Whole || ending == Ending::Truncated;
+}
+
+/// Whether the store sees a request that `fault` hits.
+bool takesEffect(const Fault& fault) {
+  return fault.takesEffect || (fault.status == 0 && isSent(fault.ending));
+}
+
+Answer answerOf(const Fault& fault) {
+  if (fault.body.empty()) return errorAnswer(fault.status, "the fault plan answers with this status");
+  Answer answer;
+  answer.status = fault.status;
+  answer.contentType = fault.contentType;
+  answer.body = fault.body;
+  return answer;
+}
+
+}  // namespace
+
+class Simulator::Impl final : public RequestHandler {
+ public:
+  explicit Impl(const Options& options)
+      : clock(options.clock ? options.clock : systemNow),
+        server(options.address, options.port, options.bodyLimit),
+        store(options.database),
+        journal(options.journalEntries, options.journalBytes),
+        workplace{store, server.url(), clock},
+        router(basicAuthorization(options.username, options.password)) {
+    router.add(std::make_unique<ManagedObjects>(workplace));
+    router.add(std::make_unique<Alarms>(workplace));
+    router.add(std::make_unique<Events>(workplace));
+    router.add(std::make_unique<Operations>(workplace));
+    router.add(std::make_unique<AdminRoutes>(store, faults, journal));
+    server.serve(*this);
+  }
+  ~Impl() override { server.stop(); }
+
+  // RequestHandler
+  Reply handle(Request&& request) override EXCLUDES(mutex);
+  Answer refuse(int status, const std::string& message) override EXCLUDES(mutex);
+
+  std::function<Moment()> clock;
+  HttpServer server;
+  Mutex mutex;
+  Store store GUARDED_BY(mutex);
+  FaultPlan faults GUARDED_BY(mutex);
+  Journal journal GUARDED_BY(mutex);
+  std::uint64_t served GUARDED_BY(mutex) = 0;
+
+ private:
+  Answer platformAnswer(Request& request) REQUIRES(mutex);
+
+  Workplace workplace;
+  Router router GUARDED_BY(mutex);
+};
+
+Reply Simulator::Impl::handle(Request&& request) {
+  MutexLock lock(mutex);
+  const std::string path = request.target.substr(0, request.target.find('?'));
+  const bool isAdmin = path.starts_with("/admin/");
+  const Fault* fault = isAdmin ? nullptr : faults.next(request.method, path);
+  Reply reply;
+  if (fault == nullptr || takesEffect(*fault)) reply.answer = platformAnswer(request);
+  if (fault != nullptr) {
+    reply.delivery = {fault->ending, fault->delay, fault->dribble};
+    if (fault->status != 0) reply.answer = answerOf(*fault);
+  }
+  const bool sent = isSent(reply.delivery.ending);
+  if (sent) ++served;
+  if (!isAdmin) journal.add(clock(), std::move(request), sent ? reply.answer.status : 0, fault != nullptr);
+  return reply;
+}
+
+Answer Simulator::Impl::platformAnswer(Request& request) {
+  const std::string method = request.method;
+  Answer answer;
+  try {
+    splitTarget(request);
+    if (method == "HEAD") request.method = "GET";
+    Transaction transaction = store.begin();
+    answer = router.answer(request);
+    transaction.commit();
+  } catch (const RequestError& refusal) {
+    answer = errorAnswer(refusal);
+  } catch (const std::exception& error) {
+    answer = errorAnswer(500, error.what());
+  }
+  request.method = method;
+  return answer;
+}
+
+Answer Simulator::Impl::refuse(int status, const std::string& message) {
+  MutexLock lock(mutex);
+  ++served;
+  return errorAnswer(status, message);
+}
+
+Simulator::Simulator(const Options& options) : impl(std::make_unique<Impl>(options)) {}
+
+Simulator::~Simulator() = default;
+
+std::string Simulator::url() const {
+  return impl->server.url();
+}
+
+std::map<std::string, std::int64_t> Simulator::counts() const {
+  MutexLock lock(impl->mutex);
+  return impl->store.counts();
+}
+
+std::uint64_t Simulator::requestsServed() const {
+  MutexLock lock(impl->mutex);
+  return impl->served;
+}
+
+void Simulator::addFault(const Fault& fault) {
+  MutexLock lock(impl->mutex);
+  impl->faults.add(fault);
+}
+
+void Simulator::clearFaults() {
+  MutexLock lock(impl->mutex);
+  impl->faults.clear();
+}
+
+std::vector<FaultState> Simulator::faults() const {
+  MutexLock lock(impl->mutex);
+  return impl->faults.states();
+}
+
+std::vector<JournalEntry> Simulator::journal() const {
+  MutexLock lock(impl->mutex);
+  return impl->journal.entries(0, std::numeric_limits<std::size_t>::max());
+}
+
+}  // namespace simulator

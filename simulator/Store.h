@@ -1,0 +1,79 @@
+// The platform's memory: documents by kind and id, and who is whose child.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "simulator/Database.h"
+
+namespace simulator {
+
+enum class Kind { ManagedObject, Alarm, Event, Operation };
+constexpr std::size_t kindCount = 4;
+
+enum class Relation { Device, Asset, Addition };
+
+struct StoredDocument {
+  std::string id;
+  std::string text;  ///< a JSON object, without links
+};
+
+/// One end of a parent and child relation, seen from the other.
+struct Relative {
+  Relation relation;
+  std::string id;
+  std::optional<std::string> name;
+};
+
+/// SQL stands here and in schema.sql only. [one thread at a time]
+class Store {
+ public:
+  /// Opens the store in an SQLite file, or in memory for ":memory:". Throws std::runtime_error that names the database
+  /// when it can't be opened, is no database, or is one of another schema.
+  explicit Store(const std::string& path);
+
+  /// Everything that happens until its commit, or nothing of it.
+  Transaction begin() { return Transaction(database); }
+
+  /// Gives each id once: decimal numbers from 2504001 on, over all kinds.
+  std::string nextId();
+
+  void insert(Kind kind, const std::string& id, const std::string& document);
+  void update(Kind kind, const std::string& id, const std::string& document);
+  std::optional<std::string> find(Kind kind, const std::string& id);
+  bool contains(Kind kind, const std::string& id) { return find(kind, id).has_value(); }
+
+  /// At most `limit` documents in ascending order of ids, behind the first `offset`.
+  std::vector<StoredDocument> page(Kind kind, std::int64_t limit, std::int64_t offset);
+  std::int64_t count(Kind kind);
+  /// `count` of each kind, by its plural: "managed objects", "alarms", "events", "operations".
+  std::map<std::string, std::int64_t> counts();
+
+  /// The alarm of that source and type whose status is ACTIVE.
+  std::optional<StoredDocument> activeAlarm(const std::string& source, const std::string& type);
+
+  /// Makes `child` a child of `parent`, if it isn't already. Both must exist.
+  void addChild(Relation relation, const std::string& parent, const std::string& child);
+  /// In the order they were added.
+  std::vector<Relative> children(const std::string& parent);
+  std::vector<Relative> parents(const std::string& child);
+
+ private:
+  struct Statements {
+    Statements(Database& database, const std::string& table);
+    Statement insert, update, find, page, count;
+  };
+
+  static std::vector<Relative> relatives(Query& rows);
+  Statements& of(Kind kind) { return statements[static_cast<std::size_t>(kind)]; }
+
+  Database database;
+  std::array<Statements, kindCount> statements;
+  Statement takeId, findActiveAlarm, insertChild, findChildren, findParents;
+};
+
+}  // namespace simulator

@@ -1,0 +1,60 @@
+// The platform's documents: media types, bodies of requests, and checks of the fields that a client may send.
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/http.h"
+
+namespace simulator {
+
+/// "application/vnd.com.rdx.marlovance.NAME+json". [any thread]
+std::string mediaType(std::string_view name);
+
+/// Reads the body of a request as a JSON object. Throws `RequestError`: 415 when the content type is neither
+/// application/json nor the media type of `name` (parameters behind it don't matter), 400 with line and column when the
+/// body is no JSON, 422 when it is no object. [any thread]
+boost::json::object readBody(const Request& request, std::string_view name);
+
+/// Checks the fields of one document, collects everything that is wrong, and refuses the document once with all of it.
+/// [one thread at a time]
+class FieldCheck {
+ public:
+  /// Checks, and completes, `document`, which must outlive this.
+  explicit FieldCheck(boost::json::object& document) : document(document) {}
+
+  /// A text that isn't empty must be there.
+  void text(const char* name);
+  /// If it is there, it must be a text.
+  void optionalText(const char* name);
+  /// A timestamp must be there.
+  void timestamp(const char* name);
+  /// One of `words` must be there.
+  void oneOf(const char* name, std::initializer_list<std::string_view> words);
+  /// An id, a text or an integer, must be there, and `exists` must know it; it is stored as text.
+  void id(const char* name, const std::function<bool(const std::string&)>& exists);
+  /// An object with an `id` as above must be there; nothing but the id is kept of it.
+  void source(const char* name, const std::function<bool(const std::string&)>& exists);
+  /// The fields `names` must be what they were in `before`.
+  void fixed(const boost::json::object& before, const std::vector<std::string_view>& names);
+  /// Adds a problem of the caller's own, a whole clause that names the field.
+  void problem(const std::string& text);
+
+  /// Throws `RequestError` 422 with the problems found, joined by "; ", if there are any.
+  void finish() const;
+
+ private:
+  const boost::json::value* present(const char* name);
+  const boost::json::string* presentText(const char* name);
+  std::string knownId(const std::string& label, const boost::json::value* value,
+                      const std::function<bool(const std::string&)>& exists);
+
+  boost::json::object& document;
+  std::string problems;
+};
+
+}  // namespace simulator

@@ -1,0 +1,14 @@
+#include "simulator/http.h"
+
+#include <boost/beast/core/string.hpp>
+
+namespace simulator {
+
+std::string_view Request::header(std::string_view name) const {
+  for (const Header& header : headers) {
+    if (boost::beast::iequals(header.name, name)) return header.value;
+  }
+  return {};
+}
+
+}  // namespace simulator

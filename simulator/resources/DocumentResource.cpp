@@ -1,0 +1,132 @@
+#include "simulator/resources/DocumentResource.h"
+
+#include "simulator/errors.h"
+#include "simulator/json_text.h"
+#include "simulator/paging.h"
+
+namespace simulator {
+namespace json = boost::json;
+
+Answer DocumentResource::answer(const Request& request, std::span<const std::string> below) {
+  if (below.empty()) {
+    if (request.method == "GET") return list(request);
+    if (request.method == "POST") return create(request);
+    refuseMethod(request, "GET, POST");
+  }
+  if (below.size() > 1) return answerBelow(request, below);
+  if (request.method == "GET") return documentAnswer(200, below[0], find(below[0]));
+  if (request.method == "PUT") return update(request, below[0]);
+  refuseMethod(request, "GET, PUT");
+}
+
+Answer DocumentResource::answerBelow(const Request& request, std::span<const std::string>) {
+  refusePath(request);
+}
+
+Answer DocumentResource::create(const Request& request) {
+  json::object document;
+  merge(document, readFields(request));
+  FieldCheck check(document);
+  examine(check, document, nullptr);
+  check.finish();
+  const std::string id = keep(std::move(document));
+  Answer answer = documentAnswer(201, id, find(id));
+  answer.headers.push_back({"Location", link(id)});
+  return answer;
+}
+
+Answer DocumentResource::update(const Request& request, const std::string& id) {
+  const json::object before = parseJson(find(id)).as_object();
+  json::object document = before;
+  merge(document, readFields(request));
+  FieldCheck check(document);
+  examine(check, document, &before);
+  check.fixed(before, kind.fixed);
+  check.finish();
+  replace(document);
+  return documentAnswer(200, id, toJson(document));
+}
+
+Answer DocumentResource::list(const Request& request) {
+  const PageRequest page = readPageRequest(request);
+  Answer answer;
+  answer.contentType = mediaType(kind.name + "collection");
+  answer.body = "{\"self\":";
+  appendJsonString(answer.body, workplace.baseUrl + request.target);
+  answer.body += ",\"" + kind.collection + "\":[";
+  const char* separator = "";
+  for (const StoredDocument& document : workplace.store.page(kind.kind, page.size, page.offset())) {
+    answer.body += separator;
+    appendDocument(answer.body, document.id, document.text);
+    separator = ",";
+  }
+  answer.body += "],\"statistics\":" + statistics(page, [&] { return workplace.store.count(kind.kind); }) + "}";
+  return answer;
+}
+
+json::object DocumentResource::readFields(const Request& request) const {
+  json::object fields = readBody(request, kind.name);
+  for (const char* name : {"id", "self", "creationTime", "lastUpdated"}) fields.erase(name);
+  for (const std::string_view name : kind.maintained) fields.erase(name);
+  return fields;
+}
+
+void DocumentResource::merge(json::object& document, const json::object& changes) {
+  for (const auto& [name, value] : changes) {
+    if (value.is_null()) {
+      document.erase(name);
+    } else {
+      document[name] = value;
+    }
+  }
+}
+
+std::string DocumentResource::keep(json::object document) {
+  return insert(document);
+}
+
+std::string DocumentResource::insert(const json::object& document) {
+  const std::string id = workplace.store.nextId();
+  const std::string now = timestampNow();
+  json::object stored({{"id", id}, {"creationTime", now}, {"lastUpdated", now}});
+  stored.insert(document.begin(), document.end());
+  workplace.store.insert(kind.kind, id, toJson(stored));
+  return id;
+}
+
+void DocumentResource::replace(json::object& document) {
+  document["lastUpdated"] = timestampNow();
+  workplace.store.update(kind.kind, std::string(document.at("id").as_string()), toJson(document));
+}
+
+std::string DocumentResource::find(const std::string& id) const {
+  if (std::optional<std::string> text = workplace.store.find(kind.kind, id)) return *std::move(text);
+  throw RequestError(404, "there is no " + kind.what + " with the id " + quoted(id));
+}
+
+std::function<bool(const std::string&)> DocumentResource::managedObjectExists() const {
+  return [this](const std::string& id) { return workplace.store.contains(Kind::ManagedObject, id); };
+}
+
+std::string DocumentResource::furtherFields(const std::string&) {
+  return {};
+}
+
+Answer DocumentResource::documentAnswer(int status, const std::string& id, const std::string& text) {
+  Answer answer;
+  answer.status = status;
+  answer.contentType = mediaType(kind.name);
+  appendDocument(answer.body, id, text);
+  return answer;
+}
+
+void DocumentResource::appendDocument(std::string& out, const std::string& id, const std::string& text) {
+  // The stored text is an object with at least an id: what isn't stored goes in front of its closing brace.
+  out.append(text, 0, text.size() - 1);
+  out += ",\"self\":";
+  appendJsonString(out, link(id));
+  out += furtherFields(id);
+  out += '}';
+}
+
+}  // namespace simulator

@@ -1,0 +1,51 @@
+-- One table for each kind of resource. A document is stored whole, as JSON text without its links; the columns behind it
+-- are read out of the document, so that they can be searched and indexed but never disagree with it. Ids are compared as
+-- text, and are given in ascending order.
+
+CREATE TABLE managed_objects (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL,
+  type TEXT GENERATED ALWAYS AS (document ->> '$.type') VIRTUAL,
+  name TEXT GENERATED ALWAYS AS (document ->> '$.name') VIRTUAL
+) WITHOUT ROWID;
+
+CREATE TABLE alarms (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL,
+  source TEXT GENERATED ALWAYS AS (document ->> '$.source.id') VIRTUAL,
+  type TEXT GENERATED ALWAYS AS (document ->> '$.type') VIRTUAL,
+  status TEXT GENERATED ALWAYS AS (document ->> '$.status') VIRTUAL
+) WITHOUT ROWID;
+
+CREATE TABLE events (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL,
+  source TEXT GENERATED ALWAYS AS (document ->> '$.source.id') VIRTUAL,
+  type TEXT GENERATED ALWAYS AS (document ->> '$.type') VIRTUAL
+) WITHOUT ROWID;
+
+CREATE TABLE operations (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL,
+  device TEXT GENERATED ALWAYS AS (document ->> '$.deviceId') VIRTUAL,
+  status TEXT GENERATED ALWAYS AS (document ->> '$.status') VIRTUAL
+) WITHOUT ROWID;
+
+-- An active alarm is looked up with each new one, which only raises its count.
+CREATE INDEX active_alarms ON alarms (source, type) WHERE status = 'ACTIVE';
+
+-- Who is whose child, by relation: 0 device, 1 asset, 2 addition. Children are listed in the order they were added.
+CREATE TABLE children (
+  number INTEGER PRIMARY KEY,
+  relation INTEGER NOT NULL,
+  parent TEXT NOT NULL REFERENCES managed_objects (id),
+  child TEXT NOT NULL REFERENCES managed_objects (id),
+  UNIQUE (parent, relation, child)
+);
+CREATE INDEX children_by_child ON children (child);
+
+-- The id that the next document gets, whatever its kind.
+CREATE TABLE next_id (value INTEGER NOT NULL);
+INSERT INTO next_id VALUES (2504001);
+
+PRAGMA user_version = 1;
