@@ -26,7 +26,7 @@
 extern "C" {
 #endif
 
-/* ---------------------------------------------------------------------------------------------------- layouts -- */
+/* ---- layouts ---- */
 
 /* What `payload` holds is told by `tag`. Tag 10 borrows its string: it reads like tag 5 and owns nothing. */
 enum qel_tag {
@@ -100,7 +100,7 @@ typedef struct buffer_header {
 } buffer_header;
 HOST_ABI_STATIC_ASSERT(sizeof(buffer_header) == 8);
 
-/* ----------------------------------------------------------------------------- host implements: values (kvclient) -- */
+/* ---- host implements: values (kvclient) ---- */
 
 /* A new owned copy of `text`, never null. The caller releases it with qel_free_string. `text` is never null. */
 HOST_SYMBOL char* qel_copy_string(const char* text);
@@ -144,7 +144,7 @@ HOST_SYMBOL void qel_free_custom(void* object);
  * searched on the other. */
 HOST_SYMBOL uint64_t qel_hash_string(const char* text);
 
-/* ----------------------------------------------------------------- host implements: logging and status (kvclient) -- */
+/* ---- host implements: logging and status (kvclient) ---- */
 
 /* The verbosity in force for a category: 2 error, 3 warn, 4 info, 5 debug; larger is more verbose. */
 HOST_SYMBOL int32_t qel_get_log_level(const char* category);
@@ -166,7 +166,7 @@ HOST_SYMBOL void qel_delete_user_status_item(void* reporter, void* item);
 /* Publishes all entries of the map, which stays the caller's. */
 HOST_SYMBOL void qel_set_user_status_map(void* reporter, map_header* map);
 
-/* ----------------------------------------------------------------------------- host implements: memory (kvcommon) -- */
+/* ---- host implements: memory (kvcommon) ---- */
 
 /* A UTF-8 copy of a NUL-terminated UTF-16 string, which the caller frees with free(). */
 HOST_SYMBOL char* kv_getUTF8(const uint16_t* text);

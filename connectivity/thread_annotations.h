@@ -1,5 +1,5 @@
-// Lock annotations that clang checks with -Wthread-safety, and the two lock classes that carry them. Other compilers see
-// nothing but std::mutex and std::condition_variable.
+// Lock annotations that clang checks with -Wthread-safety, and the two lock classes that carry them. Other compilers
+// see nothing but std::mutex and std::condition_variable.
 #pragma once
 
 #include <condition_variable>

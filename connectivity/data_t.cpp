@@ -1,0 +1,63 @@
+#include "connectivity/data_t.h"
+
+#include <stdexcept>
+
+namespace com::tallowmere::connectivity10_15_4 {
+
+data_t::data_t(const char* text) : tag(QEL_STRING) {
+  if (!text)
+    throw std::runtime_error("Cannot use a null char* as a data_t value (consider using an empty data_t() instead)");
+  payload = reinterpret_cast<std::uint64_t>(qel_copy_string(text));
+}
+
+void data_t::release() noexcept {
+  const std::uint64_t block = std::exchange(payload, 0);
+  switch (std::exchange(tag, QEL_EMPTY)) {
+    case QEL_STRING:
+      qel_free_string(reinterpret_cast<char*>(block));
+      break;
+    case QEL_LIST:
+      qel_free_vector(reinterpret_cast<list_header*>(block));
+      break;
+    case QEL_MAP:
+      qel_free_map(reinterpret_cast<map_header*>(block));
+      break;
+    case QEL_BUFFER:
+      qel_free_buffer(reinterpret_cast<buffer_header*>(block));
+      break;
+    case QEL_CUSTOM:
+      qel_free_custom(reinterpret_cast<void*>(block));
+      break;
+    default:
+      break;
+  }
+}
+
+const char* data_t::type_name() const noexcept {
+  switch (type()) {
+    case Tag::empty:
+      return "empty";
+    case Tag::boolean:
+      return "boolean";
+    case Tag::number:
+      return "double";
+    case Tag::integer:
+      return "integer";
+    case Tag::decimal:
+      return "decimal";
+    case Tag::string:
+    case Tag::borrowedString:
+      return "string";
+    case Tag::list:
+      return "list";
+    case Tag::map:
+      return "map";
+    case Tag::buffer:
+      return "buffer";
+    case Tag::custom:
+      return "custom";
+  }
+  return "Unknown";
+}
+
+}  // namespace com::tallowmere::connectivity10_15_4
