@@ -1,0 +1,178 @@
+#include "parsers/Time.h"
+
+#include <unicode/calendar.h>
+#include <unicode/fmtable.h>
+#include <unicode/locid.h>
+#include <unicode/timezone.h>
+
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+#include "connectivity/barrier.h"
+#include "connectivity/conversion.h"
+#include "connectivity/host_platform.h"
+#include "connectivity/to_string.h"
+
+namespace com::tallowmere::connectivity::plugins {
+
+namespace {
+
+constexpr double millisPerSecond = 1000.0;
+constexpr double oneYear = 31536000.0;  // seconds
+
+/// A block that the host allocated for the caller.
+struct FreeHostBlock {
+  void operator()(char* block) const noexcept { Platform::kv_free(block); }
+};
+
+std::string utf8Of(icu::UnicodeString& text) {
+  const std::unique_ptr<char, FreeHostBlock> utf8(
+      kv_getUTF8(reinterpret_cast<const std::uint16_t*>(text.getTerminatedBuffer())));
+  return utf8.get();
+}
+
+std::vector<data_t> names(std::initializer_list<const char*> texts) {
+  std::vector<data_t> result;
+  for (const char* text : texts) result.emplace_back(text);
+  return result;
+}
+
+const char* zoneOfEnvironment() {
+  const char* zone = std::getenv("TZ");
+  return zone ? zone : std::getenv("KV_INT_TZ");
+}
+
+double secondsOf(const data_t& value, const data_t& key) {
+  if (value.is(Tag::number)) return value.get<double>();
+  const char* const name = key.get<const char*>();
+  if (!value.isString())
+    throw std::runtime_error(std::string("Failed to parse '") + name + "' query param with type " + value.type_name() +
+                             " and value " + to_string(value) +
+                             ". Query param should be given in seconds since epoch.");
+  const char* const text = value.get<const char*>();
+  const char* end = nullptr;
+  const double seconds = Platform::char8ToFloat64(text, &end);
+  if (*end != '\0')
+    throw std::runtime_error(std::string(name) +
+                             " query param should be given in seconds since epoch. Instead it got " + text);
+  return seconds;
+}
+
+}  // namespace
+
+Time::Time(const DataConstants& constants, const Logger& logger)
+    : formatPattern(icu::UnicodeString::fromUTF8("yyyy-MM-dd'T'HH:mm:ss.SSSXXX")),
+      utcFormatPattern(icu::UnicodeString::fromUTF8("yyyy-MM-dd'T'HH:mm:ss.SSS'Z'")),
+      queryTimeFields(names({"time", "dateTo", "dateFrom", "createdFrom", "createdTo"})),
+      parsedTimeFields(names({"time", "creationTime", "lastUpdated", "firstOccurrenceTime"})),
+      formatter(formatPattern, icu::Locale::getEnglish(), formatterStatus),
+      parser(formatPattern, icu::Locale::getEnglish(), parserStatus),
+      utcFormatter(utcFormatPattern, icu::Locale::getEnglish(), utcFormatterStatus),
+      logger(logger),
+      constants(constants) {
+  if (U_FAILURE(formatterStatus))
+    logger.error("Time formatter initialization failed with status code %d", static_cast<int>(formatterStatus));
+  const char* const zone = zoneOfEnvironment();
+  if (zone) applyZone(zone);
+
+  MutexLock lock(utcMutex);
+  if (U_FAILURE(utcFormatterStatus))
+    logger.error("UTC Time formatter initialization failed with status code %d", static_cast<int>(utcFormatterStatus));
+  utcFormatterStatus = U_ZERO_ERROR;
+  std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(*icu::TimeZone::getGMT(), utcFormatterStatus));
+  if (U_FAILURE(utcFormatterStatus)) logger.error("Failed to initialize calendar with GMT timezone: %s", zone);
+  if (calendar) utcFormatter.adoptCalendar(calendar.release());
+}
+
+void Time::applyZone(const char* zone) {
+  formatterStatus = U_ZERO_ERROR;
+  std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
+      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)), icu::Locale::getDefault(), formatterStatus));
+  if (U_FAILURE(formatterStatus)) logger.error("Failed to parse time zone: %s", zone);
+  if (calendar) formatter.adoptCalendar(calendar.release());
+}
+
+void Time::convertMessageTimes(Message& request) {
+  if (request.getPayload().is(Tag::map)) {
+    map_t& payload = request.getPayload().get<map_t>();
+    warnOfSmallTime(payload, request);
+    for (const data_t& field : queryTimeFields) convertQueryTime(payload, field);
+  }
+  map_t& metadata = request.getMetadataMap();
+  const auto http = metadata.find(constants.http);
+  if (http == metadata.end()) return;
+  map_t& fields = http->second.get<map_t>();
+  const auto query = fields.find(constants.queryString);
+  if (query == fields.end()) return;
+  for (const data_t& field : queryTimeFields) convertQueryTime(query->second.get<map_t>(), field);
+}
+
+void Time::warnOfSmallTime(const map_t& payload, const Message& request) {
+  const auto time = payload.find(queryTimeFields.front());
+  const auto source = payload.find(constants.source);
+  if (time == payload.end() || source == payload.end()) return;
+  const double seconds =
+      time->second.isString() ? std::atof(time->second.get<const char*>()) : time->second.get<double>();
+  const std::string id = source->second.get<map_t>().at(constants.id).convert_to<std::string>();
+  if (seconds < oneYear && !id.empty() && warnedSources.insert(id).second)
+    logger.warn("Invalid or uninitialized timestamp in [%s]", to_string(request).c_str());
+}
+
+void Time::convertQueryTime(map_t& map, const data_t& key) {
+  const auto found = map.find(key);
+  if (found == map.end()) return;
+  const double seconds = secondsOf(found->second, key);
+  formatterStatus = U_ZERO_ERROR;
+  icu::UnicodeString text;
+  static_cast<icu::Format&>(formatter).format(icu::Formattable(seconds * millisPerSecond), text, formatterStatus);
+  if (U_FAILURE(formatterStatus)) return;
+  found->second = utf8Of(text);
+}
+
+void Time::parseTimes(map_t& document) {
+  for (const data_t& field : parsedTimeFields) parseTimeField(document, field);
+}
+
+void Time::parseTimeField(map_t& document, const data_t& key) {
+  const auto found = document.find(key);
+  if (found == document.end()) return;
+  found->second = parseSeconds(found->second, key.get<const char*>());
+}
+
+double Time::parseSeconds(const data_t& value, const char* key) {
+  try {
+    if (!value.isString()) {
+      if (logger.isDebugEnabled())
+        logger.debug("Failed to parse field '%s' with type %s and value %s: Can only parse strings", key,
+                     value.type_name(), to_string(value).c_str());
+      return 0.0;
+    }
+    const char* const text = value.get<const char*>();
+    parserStatus = U_ZERO_ERROR;
+    const UDate millis = parser.parse(icu::UnicodeString::fromUTF8(text), parserStatus);
+    if (U_SUCCESS(parserStatus)) return millis / millisPerSecond;
+    logger.debug("Failed to parse field '%s' with value %s: error code %d", key, text, static_cast<int>(parserStatus));
+  } catch (const std::exception& failure) {
+    swallow([&] {
+      if (logger.isDebugEnabled())
+        logger.debug("Failed to parse field '%s' with type %s and value %s: Caught exception: %s", key,
+                     value.type_name(), to_string(value).c_str(), failure.what());
+    });
+  }
+  return 0.0;
+}
+
+std::string Time::formatNow() {
+  MutexLock lock(utcMutex);
+  utcFormatterStatus = U_ZERO_ERROR;
+  icu::UnicodeString text;
+  static_cast<icu::Format&>(utcFormatter).format(icu::Formattable(icu::Calendar::getNow()), text, utcFormatterStatus);
+  if (U_FAILURE(utcFormatterStatus)) {
+    logger.error("Unable to format time");
+    return {};
+  }
+  return utf8Of(text);
+}
+
+}  // namespace com::tallowmere::connectivity::plugins
