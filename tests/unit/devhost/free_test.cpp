@@ -1,0 +1,55 @@
+// What goes with a value when it is freed. The fixture's balance is the proof.
+#include <thread>
+
+#include "tests/unit/devhost/BalanceTest.h"
+
+using namespace values;
+
+class FreeTest : public BalanceTest {};
+
+TEST_F(FreeTest, NullDoesNothing) {
+  qel_free_map(nullptr);
+  qel_free_vector(nullptr);
+  qel_free_string(nullptr);
+  qel_free_buffer(nullptr);
+  qel_free_custom(nullptr);
+}
+
+TEST_F(FreeTest, MapTakesNameKeysAndValuesWithIt) {
+  const qel_value value = map(8, "name");
+  occupy(value, 0, 0, string("hash zero"), string("a"));
+  occupy(value, 1, 1, string("hash one"), devhost::makeBuffer("b", 1));
+  occupy(value, 2, 0x243FCAF1, empty(), string("of the empty key"));
+  occupy(value, 3, 3, list({string("in a key")}), custom(3));
+  entomb(value, 4);
+  qel_free_map(mapOf(value));
+}
+
+TEST_F(FreeTest, ListTakesItsLiveElementsWithIt) {
+  const qel_value value = list({string("a"), list({custom(1)}), map(8), devhost::makeBuffer("", 0)});
+  elementOf(value, 4) = {0x1234, QEL_STRING, 0};
+  qel_free_vector(listOf(value));
+}
+
+TEST_F(FreeTest, BorrowedStringsAreLeftAlone) {
+  std::string lender = "lent";
+  qel_free_vector(listOf(list({borrowed(lender.c_str())})));
+  EXPECT_EQ(lender, "lent");
+}
+
+TEST_F(FreeTest, ContainersWithoutBlockInsideAreNothing) {
+  qel_free_vector(listOf(list({{0, QEL_LIST, 0}, {0, QEL_MAP, 0}, {0, QEL_BUFFER, 0}, {0, QEL_CUSTOM, 0}})));
+}
+
+TEST_F(FreeTest, UnknownTagsOwnNothing) {
+  qel_free_vector(listOf(list({{0x1234, 11, 0}})));
+}
+
+TEST_F(FreeTest, DepthOfNestingDoesNotMatter) {
+  release(nested(100'000, custom(1)));
+}
+
+TEST_F(FreeTest, AnotherThreadMayFreeTheBlock) {
+  const qel_value value = list({string("made here"), map(8, "name")});
+  std::thread([&value] { release(value); }).join();
+}
