@@ -5,9 +5,10 @@
 #include <memory>
 #include <string>
 
-#include "handlers/Handler.h"
-
 namespace com::tallowmere::connectivity::plugins {
+
+class Handler;
+struct HandlerServices;
 
 /// Handlers by the event type that they serve; looked up byte by byte, also by a view.
 using HandlerTable = std::map<std::string, std::unique_ptr<Handler>, std::less<>>;
