@@ -73,6 +73,17 @@ std::vector<LogLine> LogCapture::drain() {
   return std::exchange(captured, {});
 }
 
+std::vector<LogLine> LogCapture::drain(std::int32_t ofLevel) {
+  std::vector<LogLine> drained;
+  std::lock_guard lock(mutex);
+  std::erase_if(captured, [&](LogLine& line) {
+    if (line.level != ofLevel) return false;
+    drained.push_back(std::move(line));
+    return true;
+  });
+  return drained;
+}
+
 std::int32_t LogCapture::askLevel(const char* category) {
   std::lock_guard lock(mutex);
   asked.emplace_back(category);

@@ -27,6 +27,9 @@ class LogCapture {
   std::vector<LogLine> lines() const;
   std::vector<LogLine> drain();
 
+  /// Gives and forgets the lines of one level only.
+  std::vector<LogLine> drain(std::int32_t ofLevel);
+
   /// Notes that the level of `category` was asked for, and gives the level in force.
   std::int32_t askLevel(const char* category);
   void setLevel(std::int32_t level);

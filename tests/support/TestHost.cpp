@@ -105,6 +105,10 @@ std::vector<LogLine> TestHost::drain() {
   return host().log.drain();
 }
 
+std::vector<LogLine> TestHost::drain(std::int32_t level) {
+  return host().log.drain(level);
+}
+
 std::vector<std::string> TestHost::categoriesAsked() {
   return host().log.categoriesAsked();
 }

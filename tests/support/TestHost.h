@@ -73,6 +73,7 @@ class TestHost {
 
   /// As `logs`, and forgets them.
   static std::vector<LogLine> drain();
+  static std::vector<LogLine> drain(std::int32_t level);
 
   /// The categories for which the level was asked, in order.
   static std::vector<std::string> categoriesAsked();
