@@ -13,6 +13,14 @@ namespace {
 // traps.
 constexpr unsigned char poison = 0xDB;
 
+std::size_t indexOf(BlockKind kind) {
+  return static_cast<std::size_t>(kind);
+}
+
+bool isPoisonOnly(const unsigned char* bytes, std::size_t size) {
+  return size == 0 || (bytes[0] == poison && std::memcmp(bytes, bytes + 1, size - 1) == 0);
+}
+
 }  // namespace
 
 BlockLedger& BlockLedger::instance() {
@@ -21,70 +29,49 @@ BlockLedger& BlockLedger::instance() {
 }
 
 void BlockLedger::add(void* block, BlockKind kind, std::size_t size) {
-  Shard& shard = shardOf(block);
-  std::lock_guard lock(shard.mutex);
-  shard.entries.insert_or_assign(block, Entry{kind, size, false, {}});
-  ++shard.live[static_cast<std::size_t>(kind)];
+  std::lock_guard lock(mutex);
+  entries.insert_or_assign(block, Entry{kind, size, false, {}});
+  ++counts[indexOf(kind)];
 }
 
 bool BlockLedger::retire(void* block, BlockKind kind, const CallSite& site) {
-  Shard& shard = shardOf(block);
-  std::lock_guard lock(shard.mutex);
-  Entry* entry = findChecked(shard, block, kind, site);
-  if (entry == nullptr) {
-    if (currentLevel() == LedgerLevel::strict) reportMisuse(site, "a pointer that is no live block of the host");
-    return true;
-  }
-  --shard.live[static_cast<std::size_t>(kind)];
+  std::lock_guard lock(mutex);
+  Entry* entry = findFreeable(block, kind, site);
+  if (entry == nullptr) return true;
+  --counts[indexOf(kind)];
   if (currentLevel() == LedgerLevel::strict) {
-    keepBack(shard, block, *entry, site);
+    keepBack(block, *entry, site);
     return false;
   }
-  shard.entries.erase(block);
+  entries.erase(block);
   return true;
 }
 
 void BlockLedger::checkFreeable(const void* block, BlockKind kind, const CallSite& site) {
-  Shard& shard = shardOf(block);
-  std::lock_guard lock(shard.mutex);
-  if (findChecked(shard, block, kind, site) == nullptr && currentLevel() == LedgerLevel::strict) {
-    reportMisuse(site, "a pointer that is no live block of the host");
-  }
+  std::lock_guard lock(mutex);
+  findFreeable(block, kind, site);
 }
 
 void BlockLedger::checkReadable(const void* block, BlockKind kind, const CallSite& site) {
-  Shard& shard = shardOf(block);
-  std::lock_guard lock(shard.mutex);
-  findChecked(shard, block, kind, site);
+  std::lock_guard lock(mutex);
+  findReadable(block, kind, site);
 }
 
 void BlockLedger::checkFreedBlocks() {
-  for (Shard& shard : shards) {
-    std::lock_guard lock(shard.mutex);
-    for (const void* block : shard.freed) checkPoison(block, shard.entries.at(block));
-  }
+  std::lock_guard lock(mutex);
+  for (const void* block : freed) checkPoison(block, entries.at(block));
 }
 
 LiveBlocks BlockLedger::live() {
-  std::array<std::int64_t, blockKinds> sums{};
-  for (Shard& shard : shards) {
-    std::lock_guard lock(shard.mutex);
-    for (std::size_t kind = 0; kind < blockKinds; ++kind) sums[kind] += shard.live[kind];
-  }
-  const auto of = [&sums](BlockKind kind) { return sums[static_cast<std::size_t>(kind)]; };
-  return {of(BlockKind::string), of(BlockKind::list), of(BlockKind::map), of(BlockKind::buffer), of(BlockKind::custom)};
+  std::lock_guard lock(mutex);
+  return {counts[indexOf(BlockKind::string)], counts[indexOf(BlockKind::list)], counts[indexOf(BlockKind::map)],
+          counts[indexOf(BlockKind::buffer)], counts[indexOf(BlockKind::custom)]};
 }
 
-BlockLedger::Shard& BlockLedger::shardOf(const void* block) {
-  // Blocks are 16 bytes apart at least; the multiplication spreads the rest of the address into the top six bits.
-  const std::uint64_t spread = (reinterpret_cast<std::uintptr_t>(block) >> 4) * 0x9E3779B97F4A7C15u;
-  return shards[spread >> 58];
-}
-
-/// The entry of `block`, or null when it has none; aborts when it can't be used as a live block of the kind.
-BlockLedger::Entry* BlockLedger::findChecked(Shard& shard, const void* block, BlockKind kind, const CallSite& site) {
-  const auto found = shard.entries.find(block);
-  if (found == shard.entries.end()) return nullptr;
+/// The entry of `block`, or null when it has none; aborts when it isn't a live block of the kind.
+BlockLedger::Entry* BlockLedger::findReadable(const void* block, BlockKind kind, const CallSite& site) {
+  const auto found = entries.find(block);
+  if (found == entries.end()) return nullptr;
   Entry& entry = found->second;
   if (entry.freed) reportMisuse(site, "a block already freed (by " + describe(entry.freedBy) + ")");
   if (entry.kind != kind) {
@@ -93,32 +80,40 @@ BlockLedger::Entry* BlockLedger::findChecked(Shard& shard, const void* block, Bl
   return &entry;
 }
 
-void BlockLedger::keepBack(Shard& shard, void* block, Entry& entry, const CallSite& site) {
+/// The same, but at `strict` a block must be known to be freed.
+BlockLedger::Entry* BlockLedger::findFreeable(const void* block, BlockKind kind, const CallSite& site) {
+  Entry* entry = findReadable(block, kind, site);
+  if (entry == nullptr && currentLevel() == LedgerLevel::strict) {
+    reportMisuse(site, "a pointer that is no live block of the host");
+  }
+  return entry;
+}
+
+void BlockLedger::keepBack(void* block, Entry& entry, const CallSite& site) {
   std::memset(block, poison, entry.size);
   entry.freed = true;
   entry.freedBy = site;
-  shard.freed.push_back(block);
-  shard.freedBytes += entry.size;
-  while (shard.freed.size() > maxFreedBlocks || shard.freedBytes > maxFreedBytes) letGoOfOldest(shard);
+  freed.push_back(block);
+  freedBytes += entry.size;
+  while (freed.size() > maxFreedBlocks || freedBytes > maxFreedBytes) letGoOfOldest();
 }
 
-void BlockLedger::letGoOfOldest(Shard& shard) {
-  void* block = shard.freed.front();
-  shard.freed.pop_front();
-  const auto found = shard.entries.find(block);
+void BlockLedger::letGoOfOldest() {
+  void* block = freed.front();
+  freed.pop_front();
+  const auto found = entries.find(block);
   checkPoison(block, found->second);
-  shard.freedBytes -= found->second.size;
-  shard.entries.erase(found);
+  freedBytes -= found->second.size;
+  entries.erase(found);
   returnMemory(block);
 }
 
 void BlockLedger::checkPoison(const void* block, const Entry& entry) {
-  const auto* begin = static_cast<const unsigned char*>(block);
-  const auto* end = begin + entry.size;
-  const auto* written = std::find_if(begin, end, [](unsigned char byte) { return byte != poison; });
-  if (written == end) return;
+  const auto* bytes = static_cast<const unsigned char*>(block);
+  if (isPoisonOnly(bytes, entry.size)) return;
+  const auto* written = std::find_if(bytes, bytes + entry.size, [](unsigned char byte) { return byte != poison; });
   abortWith("plug-in misbehaving: a " + std::string(nameOf(entry.kind)) + " block was written to at offset " +
-            std::to_string(written - begin) + " after it was freed (by " + describe(entry.freedBy) + ")");
+            std::to_string(written - bytes) + " after it was freed (by " + describe(entry.freedBy) + ")");
 }
 
 LiveBlocks liveBlocks() {

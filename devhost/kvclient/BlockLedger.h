@@ -20,30 +20,28 @@ namespace devhost {
 /// the block is filled with `poison` and waits in a queue until so many younger ones stand behind it; only then is it
 /// checked for writes and its memory given back. Until then a second free and a write are told with the name of who
 /// freed it.
-///
-/// The books are split in shards by address, each with its own lock, so that threads seldom meet.
 class BlockLedger {
  public:
   /// The one ledger. It is never destroyed: plug-ins free their constants while the process ends. [any thread]
   static BlockLedger& instance();
 
-  /// Enters a new block. [any thread]
+  /// Enters a new block. [any thread, locks mutex]
   void add(void* block, BlockKind kind, std::size_t size);
 
   /// Takes a block out of the live ones. Tells whether its memory is to be given back now. Aborts as checkFreeable.
-  /// [any thread]
+  /// [any thread, locks mutex]
   bool retire(void* block, BlockKind kind, const CallSite& site);
 
-  /// Aborts when `block` is of another kind, was freed already or, at `strict`, isn't known. [any thread]
+  /// Aborts when `block` is of another kind, was freed already or, at `strict`, isn't known. [any thread, locks mutex]
   void checkFreeable(const void* block, BlockKind kind, const CallSite& site);
 
-  /// Aborts when `block` is of another kind or was freed already. [any thread]
+  /// Aborts when `block` is of another kind or was freed already. [any thread, locks mutex]
   void checkReadable(const void* block, BlockKind kind, const CallSite& site);
 
-  /// Aborts when a freed block was written to. [any thread]
+  /// Aborts when a freed block was written to. [any thread, locks mutex]
   void checkFreedBlocks();
 
-  /// The live blocks of all shards, one shard after the other. [any thread]
+  /// The live blocks. [any thread, locks mutex]
   LiveBlocks live();
 
  private:
@@ -54,27 +52,24 @@ class BlockLedger {
     CallSite freedBy;
   };
 
-  // On a cache line of its own.
-  struct alignas(64) Shard {
-    std::mutex mutex;
-    std::unordered_map<const void*, Entry> entries;
-    std::array<std::int64_t, blockKinds> live{};
-    std::deque<void*> freed;
-    std::size_t freedBytes = 0;
-  };
-
-  static constexpr std::size_t shardCount = 64;
-  static constexpr std::size_t maxFreedBlocks = 1024;       // of a shard
-  static constexpr std::size_t maxFreedBytes = 256 * 1024;  // of a shard
+  static constexpr std::size_t maxFreedBlocks = 64 * 1024;
+  static constexpr std::size_t maxFreedBytes = 16 * 1024 * 1024;
 
   BlockLedger() = default;
-  Shard& shardOf(const void* block);
-  static Entry* findChecked(Shard& shard, const void* block, BlockKind kind, const CallSite& site);
-  static void keepBack(Shard& shard, void* block, Entry& entry, const CallSite& site);
-  static void letGoOfOldest(Shard& shard);
+
   static void checkPoison(const void* block, const Entry& entry);
 
-  std::array<Shard, shardCount> shards;
+  // With the mutex held.
+  Entry* findReadable(const void* block, BlockKind kind, const CallSite& site);
+  Entry* findFreeable(const void* block, BlockKind kind, const CallSite& site);
+  void keepBack(void* block, Entry& entry, const CallSite& site);
+  void letGoOfOldest();
+
+  std::mutex mutex;
+  std::unordered_map<const void*, Entry> entries;  // of live and of freed blocks
+  std::array<std::int64_t, blockKinds> counts{};   // of live blocks
+  std::deque<void*> freed;                         // oldest first
+  std::size_t freedBytes = 0;
 };
 
 }  // namespace devhost

@@ -6,6 +6,16 @@
 
 #include "connectivity/host_abi.h"
 
+// Sanitizers end the process over memory that can't be had, unless they are told to give null as the C library does.
+extern "C" {
+__attribute__((visibility("default"))) const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+__attribute__((visibility("default"))) const char* __tsan_default_options() {
+  return "allocator_may_return_null=1";
+}
+}
+
 namespace {
 
 std::string utf8Of(const std::u16string& text) {

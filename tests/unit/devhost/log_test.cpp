@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -163,20 +162,26 @@ TEST_F(LogTest, SinkIsCalledByOneThreadAtATime) {
   EXPECT_EQ(lines.size(), 2000u);
 }
 
+/// The text with "0" for each digit.
+std::string withoutDigits(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char character) { return character >= '0' && character <= '9'; }, '0');
+  return text;
+}
+
 TEST(LogLineTest, ShowsTimeLevelCategoryAndText) {
   StandardErrorCapture standardError;
-  qel_log_at("connectivity.c1", 2, "first");
-  qel_log_at("connectivity.c1", 3, "second");
-  qel_log_at("connectivity.c1", 4, "third");
-  qel_log_at("connectivity.c1", 5, "fourth");
-  qel_log_at("connectivity.c1", 6, "fifth");
-  const std::string time = R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z )";
-  EXPECT_TRUE(std::regex_match(
-      standardError.text(),
-      std::regex(time + "ERROR connectivity\\.c1 first\n" +  //
-                 time + "WARN  connectivity\\.c1 second\n" + time + "INFO  connectivity\\.c1 third\n" + time +
-                 "DEBUG connectivity\\.c1 fourth\n" + time + "LEVEL 6 connectivity\\.c1 fifth\n")))
-      << standardError.text();
+  qel_log_at("connectivity.codec", 2, "first");
+  qel_log_at("connectivity.codec", 3, "second");
+  qel_log_at("connectivity.codec", 4, "third");
+  qel_log_at("connectivity.codec", 5, "fourth");
+  qel_log_at("connectivity.codec", 6, "fifth");
+  EXPECT_EQ(withoutDigits(standardError.text()),
+            "0000-00-00T00:00:00.000Z ERROR connectivity.codec first\n"
+            "0000-00-00T00:00:00.000Z WARN  connectivity.codec second\n"
+            "0000-00-00T00:00:00.000Z INFO  connectivity.codec third\n"
+            "0000-00-00T00:00:00.000Z DEBUG connectivity.codec fourth\n"
+            "0000-00-00T00:00:00.000Z LEVEL 0 connectivity.codec fifth\n");
 }
 
 TEST(LogLineTest, StaysOneLineWhateverIsInTheText) {
