@@ -22,7 +22,7 @@ struct HostState {
   LogCapture log;
   StatusBoard status;
   std::atomic<std::uint64_t (*)(std::string_view)> hash{fnv1a};
-  std::atomic<bool> ownedCopies{true};
+  std::atomic<bool> ownedCopies{false};
   std::atomic<double> clock{startOfClock};
   std::atomic<double> clockStep{0.0};
   std::atomic<std::uint64_t> startOfTest{0};

@@ -95,6 +95,14 @@ std::vector<std::string> StatusBoard::leftovers() const {
   return keys;
 }
 
+std::vector<std::string> StatusBoard::drop() {
+  std::lock_guard lock(mutex);
+  std::vector<std::string> keys;
+  for (const auto& [handle, item] : byHandle) keys.push_back(item.key);
+  byHandle.clear();
+  return keys;
+}
+
 void StatusBoard::reset() {
   std::lock_guard lock(mutex);
   for (auto& [handle, item] : byHandle) item.sinceReset = false;

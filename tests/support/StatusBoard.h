@@ -35,6 +35,9 @@ class StatusBoard {
   /// Keys of the items made since the last reset that still exist.
   std::vector<std::string> leftovers() const;
 
+  /// Removes every item and gives the keys.
+  std::vector<std::string> drop();
+
   /// Forgets what was published and refused. Items that exist stay.
   void reset();
 

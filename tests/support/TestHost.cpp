@@ -129,6 +129,8 @@ std::vector<std::map<std::string, std::string>> TestHost::publishedStatusMaps() 
   return host().status.publishedMaps();
 }
 
+std::vector<std::string> TestHost::dropStatusItems() { return host().status.drop(); }
+
 void TestHost::refuseStatusItem(std::string key) {
   host().status.refuse(std::move(key));
 }
@@ -139,7 +141,7 @@ void TestHost::beginTest() {
   state.log.reset();
   state.status.reset();
   state.hash = fnv1a;
-  state.ownedCopies = true;
+  state.ownedCopies = false;
   state.clock = HostState::startOfClock;
   state.clockStep = 0.0;
   state.startOfTest = state.ledger.now();

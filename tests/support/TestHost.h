@@ -37,7 +37,8 @@ class TestHost {
   static void* makeCustom(std::uint64_t id);
   static std::uint64_t idOfCustom(const void* object);
 
-  /// Whether a copy of a borrowed string owns its text (tag 5, the default) or borrows the same one (tag 10).
+  /// Whether a copy of a borrowed string borrows the same text (tag 10, the default) or owns one of its own (tag 5). A
+  /// host may do either.
   static void copyBorrowedStringsAsOwned(bool owned);
 
   /// Replaces the hash of strings, FNV-1a with 64 bits. No table that exists may be in use any more.
@@ -86,6 +87,9 @@ class TestHost {
   static std::vector<std::pair<std::string, std::string>> createdStatusItems();
   static std::vector<std::pair<std::string, std::string>> statusHistory();
   static std::vector<std::map<std::string, std::string>> publishedStatusMaps();
+
+  /// Gives the keys of the items that exist, and drops them: for a test that kept them from being deleted.
+  static std::vector<std::string> dropStatusItems();
 
   /// No item with this key can be made.
   static void refuseStatusItem(std::string key);

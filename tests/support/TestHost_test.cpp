@@ -135,11 +135,11 @@ TEST(TestHostTest, CopiesSlotsAndTombstonesAsTheyStand) {
 }
 
 TEST(TestHostTest, CopiesABorrowedStringAsTold) {
-  OwnedValue owned(qel_copy_data(borrowedString("x")));
-  EXPECT_EQ(toJson(owned.get()), R"("x")");
-  TestHost::copyBorrowedStringsAsOwned(false);
   OwnedValue borrowed(qel_copy_data(borrowedString("x")));
   EXPECT_EQ(toJson(borrowed.get()), R"({"$borrowed":"x"})");
+  TestHost::copyBorrowedStringsAsOwned(true);
+  OwnedValue owned(qel_copy_data(borrowedString("x")));
+  EXPECT_EQ(toJson(owned.get()), R"("x")");
 }
 
 TEST(TestHostTest, RebuildsAMapByItsStoredHashes) {
