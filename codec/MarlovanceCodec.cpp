@@ -114,14 +114,7 @@ void MarlovanceCodec::processResponse(Message& response) {
 }
 
 void MarlovanceCodec::moveSentTime(Message& response, OutstandingRequest& request) const {
-  map_t& metadata = response.getMetadataMap();
-  const auto sent = metadata.find(constants.requestSentTime);
-  data_t sentTime;
-  if (sent != metadata.end()) {
-    sentTime = std::move(sent->second);
-    metadata.erase(sent);
-  }
-  request.getMetadataMap()[constants.requestSentTime] = std::move(sentTime);
+  request.getMetadataMap()[constants.requestSentTime] = response.getMetadataMap().take(constants.requestSentTime);
 }
 
 void MarlovanceCodec::warnOfDrop(const std::exception& failure, const Message& message) const noexcept {

@@ -189,6 +189,14 @@ bool map_t::erase(const data_t& key) {
   return true;
 }
 
+data_t map_t::take(const data_t& key) {
+  const iterator position = find(key);
+  if (position == end()) return {};
+  data_t value(std::move(position->second));
+  erase(position);
+  return value;
+}
+
 void reportInvalidMapIterator() {
   if (!checksAreSkipped()) throw std::runtime_error("Iterator invalidated by modifying map");
 }

@@ -78,6 +78,9 @@ class map_t {
   /// Removes the entry of the key and tells whether there was one.
   bool erase(const data_t& key);
 
+  /// Removes the entry of the key and gives its value; an empty one without an entry.
+  data_t take(const data_t& key);
+
   /// The name that the map bears, or null. It takes part in equality and rendering.
   const char* name() const noexcept { return block ? block->name : nullptr; }
 

@@ -107,6 +107,10 @@ class Handler {
   /// empty. Throws as above, and "Element not in map" without "reqId".
   Message makeErrorEvent(Message& response, const Message& request) const;
 
+  /// An event that tells a failed query: "error", "statusCode", "errorDetails" and "reqId". Throws as above.
+  Message makeFailureEvent(const data_t& type, const data_t& channel, const Message& response,
+                           const Message& request) const;
+
   const DataConstants& constants;
   const CodecConfig& config;
   Time& time;

@@ -3,6 +3,7 @@
 #include "codec/BatchSender.h"
 #include "codec/OutstandingRequest.h"
 #include "codec/ResponseSender.h"
+#include "codec/exceptions.h"
 #include "codec/frame_keys.h"
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"
@@ -47,6 +48,11 @@ void BasicResourceHandler::chooseUpdateMethod(Message& request) const {
   http[constants.method] = constants.methodPut.copy();
   http[constants.path] = path + "/" + id;
   removeFields(body, updateRemoved);
+}
+
+void BasicResourceHandler::checkIsCreate(const Message& request) const {
+  const map_t& http = request.getMetadataMap().at(constants.http).get<map_t>();
+  if (http.at(constants.method) == constants.methodPut) throw DropMessage("update is not allowed", request);
 }
 
 void BasicResourceHandler::handleResponse(Message& response, OutstandingRequest& request) {
@@ -109,5 +115,7 @@ map_t ResourceHandler<parser, getId>::parse(map_t&& document) const {
 
 template class ResourceHandler<managedObjectParser, getManagedObjectId>;
 template class ResourceHandler<genericParser, getIdFromField>;
+template class ResourceHandler<measurementParser, getIdFromField>;
+template class ResourceHandler<measurementFragmentParser, getIdFromField>;
 
 }  // namespace com::tallowmere::connectivity::plugins

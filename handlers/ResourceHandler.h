@@ -7,6 +7,7 @@
 #include "handlers/request_body.h"
 #include "parsers/generic_parser.h"
 #include "parsers/managed_object_parser.h"
+#include "parsers/measurement_parser.h"
 #include "parsers/parser.h"
 
 namespace com::tallowmere::connectivity::plugins {
@@ -45,6 +46,9 @@ class BasicResourceHandler : public Handler {
   /// fields that do not belong to that method.
   void chooseUpdateMethod(Message& request) const;
 
+  /// Throws `DropMessage` "update is not allowed" for a PUT.
+  void checkIsCreate(const Message& request) const;
+
   /// The platform's document as the payload of a host event.
   virtual map_t parse(map_t&& document) const = 0;
 
@@ -75,5 +79,7 @@ class ResourceHandler : public BasicResourceHandler {
 
 extern template class ResourceHandler<managedObjectParser, getManagedObjectId>;
 extern template class ResourceHandler<genericParser, getIdFromField>;
+extern template class ResourceHandler<measurementParser, getIdFromField>;
+extern template class ResourceHandler<measurementFragmentParser, getIdFromField>;
 
 }  // namespace com::tallowmere::connectivity::plugins

@@ -36,4 +36,20 @@ Message Handler::makeErrorEvent(Message& response, const Message& request) const
   return std::move(response);
 }
 
+Message Handler::makeFailureEvent(const data_t& type, const data_t& channel, const Message& response,
+                                  const Message& request) const {
+  const std::string text = errorTextOf(response, request);
+  const map_t& http = response.getMetadataMap().at(constants.http).get<map_t>();
+  map_t payload;
+  payload.insert(constants.error.copy(), true);
+  payload.insert(constants.statusCode.copy(), http.at(constants.statusCode).get<std::int64_t>());
+  payload.insert(constants.errorDetails.copy(), text);
+  payload.insert(constants.reqId.copy(), request.getMetadataMap().at(constants.reqId).copy());
+
+  Message event(std::move(payload));
+  event.putMetadataValue(frameKeys.type.copy(), type.copy());
+  event.putMetadataValue(frameKeys.channel.copy(), config.prefixQueryChannel(channel.copy()));
+  return event;
+}
+
 }  // namespace com::tallowmere::connectivity::plugins

@@ -46,20 +46,14 @@ const Renaming& positionKeys() {
   return keys;
 }
 
-/// The value under `key`, taken out of the map; empty without one.
-data_t takeValue(map_t& map, const data_t& key) {
-  const auto found = map.find(key);
-  return found == map.end() ? data_t() : std::move(found->second);
-}
-
 void collectIds(map_t& document, const Renaming& collection, const DataConstants& constants) {
   const auto found = document.find(collection.from);
   if (found == document.end()) return;
-  data_t references = takeValue(found->second.get<map_t>(), constants.references);
+  data_t references = found->second.get<map_t>().take(constants.references);
   list_t ids;
   for (data_t& reference : references.get<list_t>()) {
-    data_t managedObject = takeValue(reference.get<map_t>(), constants.managedObject);
-    ids.push_back(takeValue(managedObject.get<map_t>(), constants.id));
+    data_t managedObject = reference.get<map_t>().take(constants.managedObject);
+    ids.push_back(managedObject.get<map_t>().take(constants.id));
   }
   document.erase(collection.from);
   document[collection.to] = std::move(ids);
@@ -74,9 +68,7 @@ bool holdsStringsOnly(const list_t& list) {
 void renameSupportedList(map_t& document, const Renaming& renaming) {
   const auto found = document.find(renaming.from);
   if (found == document.end() || !found->second.is(Tag::list) || !holdsStringsOnly(found->second.get<list_t>())) return;
-  data_t list = std::move(found->second);
-  document.erase(found);
-  document[renaming.to] = std::move(list);
+  document[renaming.to] = document.take(renaming.from);
 }
 
 // Hexadecimal text is not numeric; text of length 0 is.
@@ -115,9 +107,7 @@ void reshapePosition(map_t& document) {
   }
   for (const data_t& key : leaving) positionMap.erase(key);
 
-  data_t position(std::move(positionMap));
-  document.erase(found);
-  document[keys.to] = std::move(position);
+  document[keys.to] = document.take(keys.from);
   for (auto& [key, value] : moved) document[key] = std::move(value);
 }
 

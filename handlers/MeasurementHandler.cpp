@@ -1,0 +1,80 @@
+#include "handlers/MeasurementHandler.h"
+
+#include "codec/BatchSender.h"
+#include "codec/RequestMetrics.h"
+#include "codec/exceptions.h"
+#include "codec/frame_keys.h"
+#include "connectivity/conversion.h"
+#include "parsers/Time.h"
+
+namespace com::tallowmere::connectivity::plugins {
+
+MeasurementHandler::MeasurementHandler(const HandlerServices& services)
+    : ResourceHandler(services, {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurement.copy()}),
+      unitFields(fieldNames({"unit"})) {}
+
+// A message that joins a batch is no request yet: it is neither counted nor given headers.
+void MeasurementHandler::handleRequest(Message& event, BatchSender& batch) {
+  checkPayloadIsMap(event);
+  checkHttpMetadata(event);
+  cleanBody(event);
+  time.convertMessageTimes(event);
+  chooseUpdateMethod(event);
+  if (requiresResponse(event)) {
+    metrics.startRequest(event);
+    addApplicationKey(event);
+    addAuthorization(event);
+  } else {
+    checkIsCreate(event);
+  }
+  flattenMeasurements(event.getPayload().get<map_t>());
+  batch.addMessage(event, *this);
+}
+
+// The platform wants each fragment at the top level, where a field of the event wins.
+void MeasurementHandler::flattenMeasurements(map_t& payload) const {
+  const auto found = payload.find(constants.measurements);
+  if (found == payload.end()) return;
+  map_t fragments = std::move(found->second.get<map_t>());
+  payload.erase(found);
+  for (auto& [name, fragment] : fragments) {
+    if (fragment.is(Tag::map))
+      for (auto& [seriesName, series] : fragment.get<map_t>())
+        if (series.is(Tag::map)) removeEmptyFields(series.get<map_t>(), unitFields, logger);
+    payload.insert(name.copy(), std::move(fragment));
+  }
+}
+
+Message MeasurementHandler::sendBatch(BatchSender& batch) {
+  list_t measurements;
+  for (Message& pending : batch.getPending()) measurements.push_back(std::move(pending.getPayload().get<map_t>()));
+  map_t body;
+  body.insert(constants.measurements.copy(), std::move(measurements));
+  map_t http;
+  http.insert(constants.path.copy(), constants.pathMeasurements.copy());
+  http.insert(constants.method.copy(), constants.methodPost.copy());
+
+  Message out(std::move(body));
+  out.putMetadataValue(constants.http.copy(), std::move(http));
+  out.putMetadataValue(constants.contentType.copy(), constants.mediaTypeMeasurementCollection.copy());
+  out.putMetadataValue(frameKeys.type.copy(), constants.typeMeasurement.copy());
+  metrics.startRequest(out);
+  addApplicationKey(out);
+  addAuthorization(out);
+  return out;
+}
+
+data_t MeasurementHandler::getConcurrencyKey(const Message& request) const {
+  return getMeasurementKey(request, constants);
+}
+
+data_t getMeasurementKey(const Message& request, const DataConstants& constants) {
+  const data_t& contentType = request.getMetadataMap().at(constants.contentType);
+  if (contentType == constants.mediaTypeMeasurementCollection) return "";
+  const map_t& payload = request.getPayload().get<map_t>();
+  const auto source = payload.find(constants.source);
+  if (source == payload.end()) return {};
+  return source->second.get<map_t>().at(constants.id).copy();
+}
+
+}  // namespace com::tallowmere::connectivity::plugins
