@@ -2,8 +2,8 @@
 // exhaust the stack.
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
+#include "devhost/kvclient/WorkList.h"
 #include "devhost/kvclient/blocks.h"
 #include "devhost/kvclient/value_blocks.h"
 
@@ -19,8 +19,7 @@ class Copier {
     copyInto(value, result);
     site.nested = true;
     while (!pending.empty()) {
-      qel_value& container = *pending.back();
-      pending.pop_back();
+      qel_value& container = *pending.take();
       if (container.tag == QEL_LIST) {
         copyList(container);
       } else {
@@ -46,11 +45,11 @@ class Copier {
         break;
       case QEL_LIST:
         checkReadable(BlockKind::list, blockOf<void>(from), site);
-        pending.push_back(&to);
+        pending.add(&to);
         break;
       case QEL_MAP:
         checkReadable(BlockKind::map, blockOf<void>(from), site);
-        pending.push_back(&to);
+        pending.add(&to);
         break;
       case QEL_BUFFER:
         to = valueOf(copyBuffer(blockOf<buffer_header>(from)), QEL_BUFFER);
@@ -105,7 +104,7 @@ class Copier {
   }
 
   CallSite site;
-  std::vector<qel_value*> pending;
+  WorkList<qel_value*> pending;
 };
 
 }  // namespace
@@ -113,10 +112,6 @@ class Copier {
 char* newString(const char* text) {
   const std::size_t size = std::strlen(text) + 1;
   return static_cast<char*>(std::memcpy(allocateBlock(BlockKind::string, size), text, size));
-}
-
-qel_value copyValue(const qel_value& value, const CallSite& site) noexcept {
-  return Copier(site).copy(value);
 }
 
 }  // namespace devhost
@@ -128,5 +123,5 @@ char* qel_copy_string(const char* text) {
 }
 
 qel_value qel_copy_data(qel_value value) {
-  return copyValue(value, {__func__, __builtin_return_address(0)});
+  return Copier({__func__, __builtin_return_address(0)}).copy(value);
 }

@@ -2,9 +2,9 @@
 
 #include <bit>
 #include <cstdio>
-#include <vector>
 
 #include "connectivity/host_platform.h"
+#include "devhost/kvclient/WorkList.h"
 #include "devhost/kvclient/value_blocks.h"
 
 namespace devhost {
@@ -16,16 +16,12 @@ class Renderer {
  public:
   std::string render(const qel_value& value) {
     push(value);
-    while (!pending.empty()) {
-      const qel_value next = pending.back();
-      pending.pop_back();
-      write(next);
-    }
+    while (!pending.empty()) write(pending.take());
     return text;
   }
 
  private:
-  void push(const qel_value& value) { pending.push_back(value); }
+  void push(const qel_value& value) { pending.add(value); }
   void push(const char* literal) { push(valueOf(literal, QEL_BORROWED_STRING)); }
 
   void write(const qel_value& value) {
@@ -114,7 +110,7 @@ class Renderer {
   }
 
   std::string text;
-  std::vector<qel_value> pending;
+  WorkList<qel_value> pending;
 };
 
 }  // namespace

@@ -54,10 +54,4 @@ CustomBlock* newCustom(const CustomBlock& content);
 /// An owned copy of `text`. [any thread]
 char* newString(const char* text);
 
-/// A deep copy, however deep. Exhausted memory ends the process. [any thread]
-qel_value copyValue(const qel_value& value, const CallSite& site) noexcept;
-
-/// Frees the value's block and everything in it, however deep. [any thread]
-void freeValue(const qel_value& value, const CallSite& site) noexcept;
-
 }  // namespace devhost

@@ -77,22 +77,33 @@ TEST_F(StrictDeathTest, BlockThatMovedIsDead) {
 }
 
 TEST_F(StrictDeathTest, BlockInsideAValueIsTold) {
-  const qel_value shared = string("shared");
-  EXPECT_DEATH(release(list({shared, shared})),
-               "plug-in misbehaving: qel_free_vector on a value that holds a block already freed");
-  const qel_value table = map(8);
-  EXPECT_DEATH(release(list({table, table})), "qel_free_vector on a value that holds a block already freed");
-  const qel_value named = map(8, "name");
-  occupy(named, 0, 2, integer(1), {reinterpret_cast<std::uint64_t>(mapOf(named)->name), QEL_STRING, 0});
-  EXPECT_DEATH(release(named), "qel_free_map on a value that holds a block already freed");
+  EXPECT_DEATH(
+      {
+        const qel_value shared = string("shared");
+        release(list({shared, shared}));
+      },
+      "plug-in misbehaving: qel_free_vector on a value that holds a block already freed");
+  EXPECT_DEATH(
+      {
+        const qel_value shared = map(8);
+        release(list({shared, shared}));
+      },
+      "plug-in misbehaving: qel_free_vector on a value that holds a block already freed");
+  EXPECT_DEATH(
+      {
+        const qel_value named = map(8, "name");
+        occupy(named, 0, 2, integer(1), {reinterpret_cast<std::uint64_t>(mapOf(named)->name), QEL_STRING, 0});
+        release(named);
+      },
+      "plug-in misbehaving: qel_free_map on a value that holds a block already freed");
 }
 
 TEST_F(StrictDeathTest, CopyOfAFreedBlockEndsTheProcess) {
   const qel_value value = string("text");
   release(value);
   EXPECT_DEATH(qel_copy_data(value), "plug-in misbehaving: qel_copy_data on a block already freed");
-  const qel_value outer = list({value});
-  EXPECT_DEATH(qel_copy_data(outer), "plug-in misbehaving: qel_copy_data on a value that holds a block already freed");
+  EXPECT_DEATH(qel_copy_data(list({value})),
+               "plug-in misbehaving: qel_copy_data on a value that holds a block already freed");
 }
 
 TEST_F(StrictDeathTest, PublishingAFreedMapEndsTheProcess) {
