@@ -1,0 +1,42 @@
+#include "chainrunner/Chain.h"
+
+#include <map>
+
+#include "chainrunner/log.h"
+
+namespace chainrunner {
+
+namespace {
+
+constexpr const char* logCategory = "marlovance-chain.chain";
+
+std::map<std::string, std::string> withCredentials(std::map<std::string, std::string> configuration,
+                                                   const Credentials& credentials) {
+  configuration["username"] = credentials.username;
+  configuration["password"] = credentials.password;
+  return configuration;
+}
+
+}  // namespace
+
+Chain::Chain(const PluginLibrary& library, const ChainFile& file, const Credentials& credentials, std::FILE* out,
+             RunRecord& record)
+    : sink(out, record),
+      transport(
+          file.transport, [this](Message& answer) { plugin.sendTowardsHost(&answer, &answer + 1); }, record),
+      plugin(library, file.pluginName, file.chainId, withCredentials(file.configuration, credentials),
+             {&sink, &EventSink::receiveBatch}, {&transport, &HttpTransport::sendBatch}) {}
+
+Chain::~Chain() {
+  plugin.shutdown();
+  transport.stop();
+}
+
+void Chain::send(std::vector<Message>& events) {
+  if (!plugin.sendTowardsTransport(events.data(), events.data() + events.size()))
+    log(logCategory, LogLevel::warn, "The plug-in reports a failed batch of %lu events",
+        static_cast<unsigned long>(events.size()));
+  events.clear();
+}
+
+}  // namespace chainrunner

@@ -1,0 +1,73 @@
+#include "chainrunner/EventSink.h"
+
+#include <cerrno>
+#include <exception>
+#include <utility>
+
+#include "chainrunner/json_writer.h"
+#include "chainrunner/log.h"
+
+namespace chainrunner {
+
+namespace {
+
+constexpr const char* logCategory = "marlovance-chain.sink";
+
+std::string typeOf(const Message& event) {
+  const map_t& metadata = event.getMetadataMap();
+  const auto type = metadata.find(data_t(HOST_MESSAGE_TYPE));
+  return type != metadata.end() && type->second.isString() ? type->second.get<std::string>() : "(none)";
+}
+
+}  // namespace
+
+std::string eventLine(const Message& event) {
+  const map_t& metadata = event.getMetadataMap();
+  std::string line = "{\"type\":";
+  appendJsonString(line, typeOf(event));
+  for (const auto& [name, key] : {std::pair("channel", HOST_MESSAGE_CHANNEL), std::pair("reqId", "reqId")}) {
+    const auto entry = metadata.find(data_t(key));
+    if (entry == metadata.end()) continue;
+    line.append(",\"").append(name).append("\":");
+    appendJson(line, entry->second);
+  }
+  const data_t& payload = event.getPayload();
+  if (payload.is(Tag::map) && payload.get<map_t>().name()) {
+    line += ",\"object\":";
+    appendJsonString(line, payload.get<map_t>().name());
+  }
+  line += ",\"payload\":";
+  appendJson(line, payload);
+  line += '}';
+  return line;
+}
+
+int EventSink::receiveBatch(void* self, qel_message* begin, qel_message* end) noexcept {
+  try {
+    for (Message* event = begin; event != end; ++event) static_cast<EventSink*>(self)->receive(*event);
+    return 0;
+  } catch (const std::exception& error) {
+    log(logCategory, LogLevel::error, "Events are lost: %s", error.what());
+    return 1;
+  }
+}
+
+void EventSink::receive(Message& event) {
+  const Message taken(std::move(event));
+  const std::string type = typeOf(taken);
+  record.countEventOut(type);
+  try {
+    write(eventLine(taken) + "\n");
+  } catch (const std::runtime_error& error) {
+    log(logCategory, LogLevel::error, "An event of type %s can't be written: %s", type.c_str(), error.what());
+  }
+}
+
+void EventSink::write(const std::string& line) {
+  const com::tallowmere::connectivity10_15_4::MutexLock lock(mutex);
+  if (firstError != 0) return;
+  const bool written = std::fwrite(line.data(), 1, line.size(), out) == line.size() && std::fflush(out) == 0;
+  if (!written) firstError = errno;
+}
+
+}  // namespace chainrunner

@@ -1,0 +1,102 @@
+#include "chainrunner/EventSource.h"
+
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "chainrunner/json_reader.h"
+
+namespace chainrunner {
+
+namespace {
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+/// The parts of a line's document. Throws MappingError when it has other ones.
+struct Line {
+  data_t type, payload, metadata, wait;
+
+  explicit Line(data_t document) {
+    if (!document.is(Tag::map))
+      throw MappingError(std::string("the line is not an object but ") + document.type_name());
+    for (auto& entry : document.get<map_t>()) {
+      const std::string key = entry.first.get<std::string>();
+      data_t* const part = find(key);
+      if (!part) throw MappingError("unknown key \"" + key + "\"");
+      *part = std::move(entry.second);
+    }
+  }
+
+  bool asksToWait() const { return wait.is(Tag::boolean) && wait.get<bool>(); }
+
+ private:
+  data_t* find(std::string_view key) {
+    if (key == "type") return &type;
+    if (key == "payload") return &payload;
+    if (key == "metadata") return &metadata;
+    if (key == "wait") return &wait;
+    return nullptr;
+  }
+};
+
+map_t takeMetadata(data_t& metadata) {
+  if (metadata.empty()) return map_t();
+  if (!metadata.is(Tag::map)) throw MappingError(std::string("metadata is not an object but ") + metadata.type_name());
+  return std::move(metadata.get<map_t>());
+}
+
+bool isSkipped(std::string_view line) {
+  const std::size_t first = line.find_first_not_of(" \t");
+  return first == std::string_view::npos || line[first] == '#';
+}
+
+}  // namespace
+
+EventSource::EventSource(std::string fileName, LineReader lines, const Mapping& mapping, const SourceOptions& options)
+    : fileName(std::move(fileName)), lines(std::move(lines)), mapping(mapping), options(options) {}
+
+SourceStep EventSource::next() {
+  std::string line;
+  for (;;) {
+    LineReader::Result result{};
+    try {
+      result = lines.next(line);
+    } catch (const std::runtime_error& error) {
+      throw std::runtime_error(fileName + ": " + error.what());
+    }
+    if (result == LineReader::Result::end) return {SourceStep::Kind::end, {}, {}, {}};
+    ++lineNumber;
+    if (result == LineReader::Result::tooLong)
+      return refused(1, "the line is longer than " + std::to_string(options.maxLineBytes) + " bytes");
+    if (lineNumber == 1 && line.starts_with(byteOrderMark)) line.erase(0, byteOrderMark.size());
+    if (!isSkipped(line)) return read(line);
+  }
+}
+
+bool EventSource::isReady() {
+  return lines.isReady();
+}
+
+SourceStep EventSource::read(const std::string& text) const {
+  try {
+    Line line(readJson(text, options.json));
+    if (line.asksToWait()) return {SourceStep::Kind::wait, {}, {}, {}};
+    if (!line.type.isString()) return refused(1, "the line has no \"type\"");
+    const std::string type = line.type.get<std::string>();
+    Message message = mapping.toMessage(type, std::move(line.payload), takeMetadata(line.metadata));
+    return {SourceStep::Kind::event, *mapping.find(type), std::move(message), {}};
+  } catch (const JsonError& error) {
+    return refused(error.offset + 1, error.what());
+  } catch (const MappingError& error) {
+    return refused(1, error.what());
+  }
+}
+
+SourceStep EventSource::refused(std::size_t column, const std::string& reason) const {
+  return {SourceStep::Kind::refused,
+          {},
+          {},
+          fileName + ":" + std::to_string(lineNumber) + ":" + std::to_string(column) + ": " + reason};
+}
+
+}  // namespace chainrunner

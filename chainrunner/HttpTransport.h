@@ -1,0 +1,118 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "chainrunner/RequestOrder.h"
+#include "chainrunner/RunRecord.h"
+#include "chainrunner/Wire.h"
+#include "chainrunner/options.h"
+#include "chainrunner/values.h"
+#include "connectivity/plugin_abi.h"
+#include "connectivity/thread_annotations.h"
+
+namespace chainrunner {
+
+/// The last element of the chain: takes request messages and gives exactly one answer message for each, whatever
+/// happens on the wire. What has no answer of the platform's (a refused connection, a time-out, a body that isn't JSON)
+/// gets an error answer made here.
+///
+/// Three kinds of threads meet in it. Senders bring requests and wait while too many are without an answer. The wire
+/// thread speaks HTTP, in the order that "concurrencyControlKey" and "concurrencyControlFlush" ask for. The delivery
+/// thread hands answers to the plug-in one at a time; requests that the plug-in sends from there (the next page of a
+/// query) never wait, so the two can't lock each other up.
+class HttpTransport {
+ public:
+  /// Takes an answer towards the host. Called on the delivery thread only; lets nothing out.
+  using Deliver = std::function<void(Message& answer)>;
+
+  /// Starts the threads. `record` must outlive the transport; `options.platform` is as `checkedPlatform` gives it.
+  HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record);
+
+  ~HttpTransport() { stop(); }
+  HttpTransport(const HttpTransport&) = delete;
+  HttpTransport& operator=(const HttpTransport&) = delete;
+
+  /// Takes the message's contents. A message without "requestId" (a control object) ends here. Waits while `inFlight`
+  /// requests are without an answer, unless it runs on the delivery thread. [any thread]
+  void send(Message& message) EXCLUDES(mutex);
+
+  /// `send` as a chain element's entry point; `self` is the transport. [any thread]
+  static int sendBatch(void* self, qel_message* begin, qel_message* end) noexcept;
+
+  /// Waits until every request has its answer and every answer has been delivered. [any thread but the delivery thread]
+  void waitUntilIdle() EXCLUDES(mutex);
+
+  /// Requests whose answers have not been delivered. [any thread]
+  std::size_t inFlight() const EXCLUDES(mutex);
+
+  /// From now on every request, also those on the wire, gets the error answer "transport/cancelled". [any thread]
+  void cancel() EXCLUDES(mutex);
+
+  /// Stops the threads. Requests without an answer get none any more: call `waitUntilIdle` first. [one thread]
+  void stop() EXCLUDES(mutex);
+
+ private:
+  using Id = RequestOrder::Id;
+  using Clock = std::chrono::steady_clock;
+
+  /// A request from its arrival to the delivery of its answer. Belongs to one thread at a time.
+  struct Flight {
+    AnswerHead head;
+    HttpRequest request;
+    std::string description;
+    unsigned attempts = 0;
+    double answeredTime = 0;
+    Attempt last;
+  };
+  struct Retry {
+    Clock::time_point due;
+    Id id;
+  };
+
+  void enter() EXCLUDES(mutex);
+  void answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) EXCLUDES(mutex);
+  void queue(std::unique_ptr<Flight> flight, const map_t& metadata) EXCLUDES(mutex);
+
+  void runWire();
+  void startRequests();
+  void startRetries();
+  void attempt(Id id);
+  void attemptEnded(Id id, Attempt result);
+  void cancelRequests();
+  std::chrono::milliseconds patience() const;
+
+  void runDelivery();
+  void deliverAnswer(Flight& flight);
+
+  const TransportOptions options;
+  const Deliver deliver;
+  RunRecord& record;
+
+  mutable com::tallowmere::connectivity10_15_4::Mutex mutex;
+  com::tallowmere::connectivity10_15_4::Condition changed;
+  RequestOrder order GUARDED_BY(mutex);
+  std::map<Id, std::unique_ptr<Flight>> flights GUARDED_BY(mutex);  ///< without an answer
+  std::deque<std::unique_ptr<Flight>> answers GUARDED_BY(mutex);    ///< to be delivered
+  std::size_t undelivered GUARDED_BY(mutex) = 0;
+  Id nextId GUARDED_BY(mutex) = 0;
+  bool isCancelled GUARDED_BY(mutex) = false;
+  bool isStopping GUARDED_BY(mutex) = false;
+
+  // Of the wire thread, but for `wire.wake`.
+  Wire wire;
+  std::map<Id, Flight*> running;  ///< on the wire, or waiting for a retry
+  std::vector<Retry> retries;
+  bool platformIsAway = false;  ///< no connection after all retries: until one succeeds, each request is tried once
+
+  std::thread wireThread;
+  std::thread deliveryThread;
+};
+
+}  // namespace chainrunner

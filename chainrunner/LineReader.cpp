@@ -1,0 +1,72 @@
+#include "chainrunner/LineReader.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace chainrunner {
+
+LineReader::LineReader(int file, int stopFile, std::size_t maxLineBytes)
+    : file(file), stopFile(stopFile), maxLineBytes(maxLineBytes) {}
+
+LineReader::Result LineReader::next(std::string& line) {
+  bool isTooLong = false;
+  for (;;) {
+    const std::size_t end = buffer.find('\n', std::max(start, scanned));
+    if (end != std::string::npos) {
+      line.assign(buffer, start, end - start);
+      start = scanned = end + 1;
+      break;
+    }
+    scanned = buffer.size();
+    if (buffer.size() - start > maxLineBytes + 1) {
+      isTooLong = true;
+      buffer.clear();
+      start = scanned = 0;
+    }
+    if (fill(-1)) continue;
+    if (start == buffer.size() && !isTooLong) return Result::end;
+    line.assign(buffer, start);
+    start = scanned = buffer.size();
+    break;
+  }
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  return isTooLong || line.size() > maxLineBytes ? Result::tooLong : Result::line;
+}
+
+bool LineReader::isReady() {
+  const auto hasLine = [&] { return buffer.find('\n', start) != std::string::npos; };
+  return hasLine() || (fill(0) && hasLine());
+}
+
+bool LineReader::fill(int timeoutMilliseconds) {
+  if (isAtEnd) return false;
+  pollfd files[] = {{file, POLLIN, 0}, {stopFile, POLLIN, 0}};
+  while (poll(files, 2, timeoutMilliseconds) < 0)
+    if (errno != EINTR) throw std::runtime_error(std::strerror(errno));
+  if (files[1].revents != 0) {
+    isAtEnd = true;
+    buffer.clear();
+    start = scanned = 0;
+    return false;
+  }
+  if (files[0].revents == 0) return false;
+  buffer.erase(0, start);
+  scanned -= start;
+  start = 0;
+  const std::size_t before = buffer.size();
+  constexpr std::size_t chunk = 64 * 1024;
+  buffer.resize(before + chunk);
+  ssize_t count = 0;
+  while ((count = read(file, buffer.data() + before, chunk)) < 0)
+    if (errno != EINTR) throw std::runtime_error(std::strerror(errno));
+  buffer.resize(before + static_cast<std::size_t>(count));
+  isAtEnd = count == 0;
+  return count > 0;
+}
+
+}  // namespace chainrunner

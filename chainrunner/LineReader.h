@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace chainrunner {
+
+/// Reads lines from a file descriptor and can be called off while it waits for one. [one thread]
+class LineReader {
+ public:
+  enum class Result { line, tooLong, end };
+
+  /// Reads from `file`; ends early once `stopFile` is readable. Both stay the caller's.
+  LineReader(int file, int stopFile, std::size_t maxLineBytes);
+
+  /// The next line without its end ("\n" or "\r\n"). A line of more than `maxLineBytes` is skipped and reported as
+  /// `tooLong`. Throws std::runtime_error when the file can't be read.
+  Result next(std::string& line);
+
+  /// Whether `next` would give a line without waiting.
+  bool isReady();
+
+ private:
+  bool fill(int timeoutMilliseconds);
+
+  const int file, stopFile;
+  const std::size_t maxLineBytes;
+  std::string buffer;
+  std::size_t start = 0;    ///< of what has not been given out
+  std::size_t scanned = 0;  ///< up to here there is no line end behind `start`
+  bool isAtEnd = false;
+};
+
+}  // namespace chainrunner

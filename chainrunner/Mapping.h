@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "chainrunner/values.h"
+
+namespace chainrunner {
+
+/// Where a value goes in a message: a named place, or a whole part of the request.
+struct Target {
+  enum class Part {
+    metadata,  ///< metadata[name]
+    method,    ///< http.method
+    path,      ///< http.path
+    query,     ///< http.queryString[name], or all of it when the name is empty: then the value is a map
+    header,    ///< http.headers, likewise
+    cookie,    ///< http.cookies, likewise
+    payload    ///< the payload itself
+  };
+  Part part;
+  std::string name;
+
+  /// Reads "metadata.reqId", "query.pageSize", "header.X-Name", "cookie.name", "query", "headers", "cookies", "method",
+  /// "path" or "payload"; nothing for any other text.
+  static std::optional<Target> parse(std::string_view text);
+};
+
+/// How the events of one type become messages.
+struct EventRules {
+  using FieldPath = std::vector<std::string>;  ///< names from the payload down; "*" is every entry of a map or list
+  using Constant = std::variant<bool, std::int64_t, double, std::string>;
+  struct Move {
+    FieldPath field;
+    Target target;
+  };
+  struct Setting {
+    Target target;
+    Constant value;
+  };
+
+  std::string method, path;
+  std::string contentType;            ///< none when empty
+  std::vector<FieldPath> floats;      ///< integers there become doubles
+  std::vector<Move> moves;            ///< payload fields that belong elsewhere; an absent field is skipped
+  std::vector<Setting> settings;      ///< for what the event itself did not bring
+  std::vector<std::string> required;  ///< metadata keys without which an event is refused
+
+  /// Splits "measurements/*/*/value".
+  static FieldPath parseField(std::string_view text);
+};
+
+/// An event that can't be mapped; `what()` is the reason.
+class MappingError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The stage in front of the plug-in: turns an event as an application writes it into a message that the plug-in takes.
+/// All it knows of the event types comes from the chain file. Read-only once it is filled. [any thread]
+class Mapping {
+ public:
+  /// Sets the rules of a type, known by its full name and by what follows the last dot; replaces earlier ones.
+  void set(const std::string& fullName, EventRules rules);
+
+  /// The full name of a type given by either name, or null.
+  const std::string* find(const std::string& name) const;
+
+  /// The message of an event: "qel.type" and "http", the contents of `metadata` on top of what the payload's fields
+  /// give, and the payload. Throws MappingError for an unknown type and when `metadata` or a field doesn't fit.
+  Message toMessage(const std::string& type, data_t payload, map_t metadata) const;
+
+ private:
+  std::map<std::string, EventRules, std::less<>> rulesByName;
+  std::map<std::string, std::string, std::less<>> fullNames;
+};
+
+}  // namespace chainrunner

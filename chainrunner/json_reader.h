@@ -1,0 +1,33 @@
+// JSON text to values.
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "chainrunner/values.h"
+
+namespace chainrunner {
+
+/// What a JSON text may hold at most.
+struct JsonLimits {
+  std::size_t depth = 200;           ///< arrays and objects within each other
+  std::size_t keyBytes = 64 * 1024;  ///< one key
+};
+
+/// A text that is no JSON, or holds what a value can't. `what()` is the reason alone.
+class JsonError : public std::runtime_error {
+ public:
+  JsonError(const std::string& reason, std::size_t offset) : std::runtime_error(reason), offset(offset) {}
+
+  const std::size_t offset;  ///< bytes in front of the place
+};
+
+/// Reads one JSON document straight into value blocks. A number with a fraction or an exponent becomes a double, and so
+/// does an integer beyond 64 bits; doubles are the nearest to their text. `null` becomes an empty value. Of duplicate
+/// keys the last wins. Throws JsonError; NUL characters, numbers beyond the doubles, and text behind the document are
+/// errors too. [any thread]
+data_t readJson(std::string_view text, const JsonLimits& limits = {});
+
+}  // namespace chainrunner
