@@ -52,7 +52,7 @@ int Neighbour::receive(void* self, qel_message* begin, qel_message* end) {
 }
 
 void Neighbour::receiveOne(RawMessage& message) {
-  const Received received{toDocument(message)};
+  const Received received{toDocument(recordsContents ? message : RawMessage{emptyValue(), nullptr})};
   {
     std::lock_guard lock(mutex);
     record.push_back(received);

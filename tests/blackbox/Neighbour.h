@@ -39,6 +39,9 @@ class Neighbour {
   /// Takes the contents out of the messages, as an element should; otherwise leaves them with the sender.
   bool takesContents = true;
 
+  /// Whether the record shows what the messages hold; otherwise each is recorded as an empty one.
+  bool recordsContents = true;
+
   /// What the send function answers.
   int result = 0;
 

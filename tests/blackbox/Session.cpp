@@ -62,11 +62,19 @@ int Session::destroy() {
 
 int Session::sendTowardsTransport(const std::vector<MessageBuilder>& events) {
   Batch batch(events);
-  return entryPoints().sendBatchTowardsTransport(plugin, begin(batch), end(batch));
+  return sendTowardsTransport(batch);
 }
 
 int Session::sendTowardsHost(const std::vector<MessageBuilder>& responses) {
   Batch batch(responses);
+  return sendTowardsHost(batch);
+}
+
+int Session::sendTowardsTransport(Batch& batch) {
+  return entryPoints().sendBatchTowardsTransport(plugin, begin(batch), end(batch));
+}
+
+int Session::sendTowardsHost(Batch& batch) {
   return entryPoints().sendBatchTowardsHost(plugin, begin(batch), end(batch));
 }
 

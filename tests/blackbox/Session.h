@@ -46,6 +46,8 @@ class Session {
   /// Sends a batch from the host's end, or from the transport's, and gives what the entry point answered.
   int sendTowardsTransport(const std::vector<MessageBuilder>& events);
   int sendTowardsHost(const std::vector<MessageBuilder>& responses);
+  int sendTowardsTransport(Batch& batch);
+  int sendTowardsHost(Batch& batch);
 
   Neighbour transport;
   Neighbour host;

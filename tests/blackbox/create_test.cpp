@@ -57,8 +57,8 @@ TEST_F(CreateTest, KeepsItsNamesWhenTheHostsTextsChange) {
   chain = "other";
   Batch batch({event("Nothing.Known")});
   auto* begin = reinterpret_cast<qel_message*>(batch.messages.data());
-  EXPECT_EQ(session->entryPoints().sendBatchTowardsTransport(
-                object, begin, reinterpret_cast<qel_message*>(batch.messages.data() + 1)),
+  EXPECT_EQ(session->entryPoints().sendBatchTowardsTransport(object, begin,
+                                                             reinterpret_cast<qel_message*>(batch.messages.data() + 1)),
             0);
   ASSERT_EQ(TestHost::logs(errorLevel).size(), 1u);
   EXPECT_EQ(TestHost::logs(errorLevel)[0].category, "connectivity.Codec.first");
@@ -77,12 +77,11 @@ TEST_F(CreateTest, AsksForItsLogLevelOnce) {
 
 TEST_F(CreateTest, MakesItsFiveStatusItemsInOrder) {
   createPlugin();
-  EXPECT_EQ(TestHost::createdStatusItems(),
-            (KeysAndValues{{"c1.MarlovanceCodec.maxLatencyInLastHourMillis", "0"},
-                           {"c1.MarlovanceCodec.maxLatencyInLastHourDetails", ""},
-                           {"c1.MarlovanceCodec.mostRecentSlowRequestDetails", ""},
-                           {"c1.MarlovanceCodec.requestLatencyEWMAShortMillis", "0"},
-                           {"c1.MarlovanceCodec.requestLatencyEWMALongMillis", "0"}}));
+  EXPECT_EQ(TestHost::createdStatusItems(), (KeysAndValues{{"c1.MarlovanceCodec.maxLatencyInLastHourMillis", "0"},
+                                                           {"c1.MarlovanceCodec.maxLatencyInLastHourDetails", ""},
+                                                           {"c1.MarlovanceCodec.mostRecentSlowRequestDetails", ""},
+                                                           {"c1.MarlovanceCodec.requestLatencyEWMAShortMillis", "0"},
+                                                           {"c1.MarlovanceCodec.requestLatencyEWMALongMillis", "0"}}));
 }
 
 TEST_F(CreateTest, TakesItsStatusItemsWithIt) {
@@ -110,8 +109,7 @@ TEST_F(CreateTest, LogsTheConfigurationInForce) {
 }
 
 TEST_F(CreateTest, FailsWithoutACredential) {
-  expectRefusal("{}",
-                "Exception from create: MarlovanceCodec missing required configuration element password");
+  expectRefusal("{}", "Exception from create: MarlovanceCodec missing required configuration element password");
   expectRefusal(R"({"password": "secret"})",
                 "Exception from create: MarlovanceCodec missing required configuration element username");
 }
@@ -195,7 +193,9 @@ TEST_F(CreateTest, SucceedsAfterAFailure) {
   EXPECT_TRUE(session->create(leastConfiguration));
 }
 
-TEST_F(CreateTest, DestroysNothingWhenGivenNothing) { EXPECT_EQ(session->entryPoints().destroy(nullptr), 0); }
+TEST_F(CreateTest, DestroysNothingWhenGivenNothing) {
+  EXPECT_EQ(session->entryPoints().destroy(nullptr), 0);
+}
 
 TEST_F(CreateTest, IsDestroyedThoughTheHostFailsAtEachCall) {
   send(event("com.kelvo.marlovance.Alarm").path("/alarm/alarms").payload(R"({"text": "hot"})"));

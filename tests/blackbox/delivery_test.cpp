@@ -88,8 +88,9 @@ TEST_F(DeliveryTest, ABadAnswerAmongThreeCostsItselfOnly) {
   EXPECT_EQ(reqIdsOfHostEvents(), (Texts{"0", "2"}));
   const Texts warnings = takeLogs(warnLevel);
   ASSERT_EQ(warnings.size(), 1u);
-  EXPECT_TRUE(warnings[0].starts_with("Error while transforming message: Incorrect type in get (you asked for double "
-                                      "but it's actually string); "))
+  EXPECT_TRUE(
+      warnings[0].starts_with("Error while transforming message: Incorrect type in get (you asked for double "
+                              "but it's actually string); "))
       << warnings[0];
 }
 

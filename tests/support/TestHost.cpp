@@ -129,7 +129,9 @@ std::vector<std::map<std::string, std::string>> TestHost::publishedStatusMaps() 
   return host().status.publishedMaps();
 }
 
-std::vector<std::string> TestHost::dropStatusItems() { return host().status.drop(); }
+std::vector<std::string> TestHost::dropStatusItems() {
+  return host().status.drop();
+}
 
 void TestHost::refuseStatusItem(std::string key) {
   host().status.refuse(std::move(key));

@@ -4,6 +4,7 @@
 #include <boost/json/object.hpp>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tests/support/values.h"
@@ -61,6 +62,9 @@ MessageBuilder response(std::int64_t requestId);
 class Batch {
  public:
   explicit Batch(const std::vector<MessageBuilder>& builders);
+
+  /// Takes over the messages.
+  explicit Batch(std::vector<RawMessage> messages) : messages(std::move(messages)) {}
   ~Batch();
   Batch(const Batch&) = delete;
   Batch& operator=(const Batch&) = delete;
