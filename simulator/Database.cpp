@@ -12,26 +12,35 @@ namespace {
   throw std::runtime_error(sqlite3_errmsg(connection));
 }
 
+[[noreturn]] void failToOpen(const std::string& path, const std::string& reason) {
+  throw std::runtime_error("can't open the database \"" + path + "\": " + reason);
+}
+
 }  // namespace
 
 void Database::Close::operator()(sqlite3* connection) const {
   sqlite3_close(connection);
 }
 
-Database::Database(const std::string& path, const char* schema, int version) {
+Database::Connection Database::open(const std::string& path) {
+  sqlite3* opened = nullptr;
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+  const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+  Connection connection(opened);
+  if (code != SQLITE_OK) failToOpen(path, opened == nullptr ? "out of memory" : sqlite3_errmsg(opened));
+  return connection;
+}
+
+Database::Database(const std::string& path, const std::string& schema, int version)
+    : connection(open(path)), begin(*this, "BEGIN"), commit(*this, "COMMIT"), rollback(*this, "ROLLBACK") {
   try {
-    sqlite3* opened = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    const int code = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
-    connection.reset(opened);
-    if (code != SQLITE_OK) throw std::runtime_error(opened == nullptr ? "out of memory" : sqlite3_errmsg(opened));
     prepare(schema, version);
   } catch (const std::runtime_error& error) {
-    throw std::runtime_error("can't open the database \"" + path + "\": " + error.what());
+    failToOpen(path, error.what());
   }
 }
 
-void Database::prepare(const char* schema, int version) {
+void Database::prepare(const std::string& schema, int version) {
   // A crash of the whole machine may cost the latest requests, never the file.
   execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL");
   const int present = userVersion();
@@ -52,8 +61,9 @@ int Database::userVersion() {
   return static_cast<int>(query.integer(0));
 }
 
-void Database::execute(const char* statements) {
-  if (sqlite3_exec(connection.get(), statements, nullptr, nullptr, nullptr) != SQLITE_OK) fail(connection.get());
+void Database::execute(const std::string& statements) {
+  if (sqlite3_exec(connection.get(), statements.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+    fail(connection.get());
 }
 
 void Statement::Finalize::operator()(sqlite3_stmt* statement) const {
@@ -107,20 +117,20 @@ void Query::check(int code) const {
 }
 
 Transaction::Transaction(Database& database) : database(database) {
-  database.execute("BEGIN");
+  Query(database.begin).run();
 }
 
 Transaction::~Transaction() {
   if (!open) return;
   try {
-    database.execute("ROLLBACK");
+    Query(database.rollback).run();
   } catch (const std::exception&) {
     // SQLite has rolled back by itself, after a full disk for example.
   }
 }
 
 void Transaction::commit() {
-  database.execute("COMMIT");
+  Query(database.commit).run();
   open = false;
 }
 

@@ -12,28 +12,7 @@ struct sqlite3_stmt;
 
 namespace simulator {
 
-/// One connection. [one thread at a time]
-class Database {
- public:
-  /// Opens or makes the file at `path`, or a database in memory for ":memory:", and runs `schema` on an empty one. The
-  /// schema sets "user_version" to `version`. Throws std::runtime_error "can't open the database "PATH": REASON", also
-  /// when the file is no database or has another version.
-  Database(const std::string& path, const char* schema, int version);
-
-  /// Runs statements that take no parameters and whose rows nobody wants.
-  void execute(const char* statements);
-
- private:
-  friend class Statement;
-  struct Close {
-    void operator()(sqlite3* connection) const;
-  };
-
-  void prepare(const char* schema, int version);
-  int userVersion();
-
-  std::unique_ptr<sqlite3, Close> connection;
-};
+class Database;
 
 /// A statement that is compiled once and run often. It must not outlive its database. [one thread at a time]
 class Statement {
@@ -56,7 +35,7 @@ class Query {
   /// Binds `parameters`, texts and integers, to ?1, ?2 and so on.
   template <class... Parameters>
   explicit Query(Statement& statement, const Parameters&... parameters) : handle(statement.handle.get()) {
-    int index = 0;
+    [[maybe_unused]] int index = 0;
     (bind(++index, parameters), ...);
   }
   ~Query();
@@ -78,6 +57,31 @@ class Query {
   void check(int code) const;
 
   sqlite3_stmt* handle;
+};
+
+/// One connection. [one thread at a time]
+class Database {
+ public:
+  /// Opens or makes the file at `path`, or a database in memory for ":memory:", and runs `schema` on an empty one. The
+  /// schema sets "user_version" to `version`. Throws std::runtime_error "can't open the database "PATH": REASON", also
+  /// when the file is no database or has another version.
+  Database(const std::string& path, const std::string& schema, int version);
+
+ private:
+  friend class Statement;
+  friend class Transaction;
+  struct Close {
+    void operator()(sqlite3* connection) const;
+  };
+  using Connection = std::unique_ptr<sqlite3, Close>;
+
+  static Connection open(const std::string& path);
+  void prepare(const std::string& schema, int version);
+  int userVersion();
+  void execute(const std::string& statements);
+
+  Connection connection;
+  Statement begin, commit, rollback;
 };
 
 /// Everything between construction and `commit`, or nothing of it. [one thread at a time]

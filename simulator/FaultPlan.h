@@ -15,8 +15,8 @@ namespace simulator {
 
 /// One rule. Which requests it is for:
 struct Fault {
-  std::string method;       ///< "POST", say; empty is every method
-  std::string path;         ///< what the request's path starts with; empty is every path
+  std::string method{};     ///< "POST", say; empty is every method
+  std::string path{};       ///< what the request's path starts with; empty is every path
   std::uint64_t skip = 0;   ///< so many matching requests pass first: 2 makes the third the first one hit
   std::uint64_t times = 1;  ///< so many requests are hit; 0 is no limit
   double probability = 1;   ///< of each of those to be hit
@@ -24,11 +24,11 @@ struct Fault {
 
   // What a request that is hit gets. The parts combine: a delayed 503 in dribbles is one rule.
   int status = 0;                          ///< this answer in place of the platform's; 0 leaves the platform's own
-  std::string body;                        ///< of that answer; empty gives an error document
+  std::string body{};                      ///< of that answer; empty gives an error document
   std::string contentType = "text/plain";  ///< of `body`
   std::chrono::milliseconds delay{0};      ///< before the answer; the request itself takes effect at once
-  std::optional<std::chrono::milliseconds> dribble;  ///< the answer comes byte by byte, with this pause between two
-  Ending ending = Ending::Whole;                     ///< what becomes of the answer
+  std::optional<std::chrono::milliseconds> dribble{};  ///< the answer comes byte by byte, with this pause between two
+  Ending ending = Ending::Whole;                       ///< what becomes of the answer
   /// Whether the request reaches the store although its answer gets lost. It always does when `status` is 0 and the
   /// ending is `Whole` or `Truncated`.
   bool takesEffect = false;

@@ -24,7 +24,7 @@ struct Options {
   std::size_t bodyLimit = 16 << 20;     ///< bytes of a request's body
   std::size_t journalEntries = 20'000;  ///< requests that the journal keeps
   std::size_t journalBytes = 64 << 20;  ///< bytes of their bodies in all
-  std::function<Moment()> clock;        ///< stamps documents and the journal; empty takes the system's
+  std::function<Moment()> clock{};      ///< stamps documents and the journal; empty takes the system's
 };
 
 /// Serves from construction to destruction, on threads of its own. [any thread]

@@ -14,7 +14,8 @@ Store::Statements::Statements(Database& database, const std::string& table)
 Store::Store(const std::string& path)
     : database(path, schema, schemaVersion),
       statements{{{database, "managed_objects"}, {database, "alarms"}, {database, "events"}, {database, "operations"}}},
-      takeId(database, "UPDATE next_id SET value = value + 1 RETURNING value - 1"),
+      readNextId(database, "SELECT value FROM next_id"),
+      raiseNextId(database, "UPDATE next_id SET value = value + 1"),
       findActiveAlarm(database,
                       "SELECT id, document FROM alarms "
                       "WHERE source = ?1 AND type = ?2 AND status = 'ACTIVE' ORDER BY id LIMIT 1"),
@@ -27,9 +28,11 @@ Store::Store(const std::string& path)
                   "WHERE child = ?1 ORDER BY number") {}
 
 std::string Store::nextId() {
-  Query query(takeId);
+  Query query(readNextId);
   query.next();
-  return query.text(0);
+  std::string id = query.text(0);
+  Query(raiseNextId).run();
+  return id;
 }
 
 void Store::insert(Kind kind, const std::string& id, const std::string& document) {

@@ -73,7 +73,7 @@ class Store {
 
   Database database;
   std::array<Statements, kindCount> statements;
-  Statement takeId, findActiveAlarm, insertChild, findChildren, findParents;
+  Statement readNextId, raiseNextId, findActiveAlarm, insertChild, findChildren, findParents;
 };
 
 }  // namespace simulator

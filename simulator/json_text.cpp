@@ -124,6 +124,31 @@ void appendControl(std::string& out, char character) {
   }
 }
 
+bool isPlain(char character) {
+  const auto code = static_cast<unsigned char>(character);
+  return code >= 0x20 && code < 0x80 && character != '"' && character != '\\';
+}
+
+/// Appends the head of `text`, which is no plain character, and gives the number of bytes it took.
+std::size_t appendSpecial(std::string& out, std::string_view text) {
+  const char character = text.front();
+  if (character == '"' || character == '\\') {
+    out.append(1, '\\').append(1, character);
+    return 1;
+  }
+  if (static_cast<unsigned char>(character) < 0x20) {
+    appendControl(out, character);
+    return 1;
+  }
+  const std::size_t length = sequenceLength(text);
+  if (length == 0) {
+    out += "\xEF\xBF\xBD";
+    return 1;
+  }
+  out.append(text.substr(0, length));
+  return length;
+}
+
 template <class Number>
 void appendNumber(std::string& out, Number number) {
   char digits[32];
@@ -159,19 +184,11 @@ json::value parseJson(std::string_view text) {
 void appendJsonString(std::string& out, std::string_view text) {
   out += '"';
   while (!text.empty()) {
-    const char character = text.front();
-    std::size_t length = 1;
-    if (character == '"' || character == '\\') {
-      out.append(1, '\\').append(1, character);
-    } else if (static_cast<unsigned char>(character) < 0x20) {
-      appendControl(out, character);
-    } else if (length = sequenceLength(text); length != 0) {
-      out.append(text.substr(0, length));
-    } else {
-      out += "\xEF\xBF\xBD";
-      length = 1;
-    }
-    text.remove_prefix(length);
+    const auto plainEnd = std::find_if_not(text.begin(), text.end(), isPlain);
+    const auto plain = static_cast<std::size_t>(plainEnd - text.begin());
+    out.append(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (!text.empty()) text.remove_prefix(appendSpecial(out, text));
   }
   out += '"';
 }

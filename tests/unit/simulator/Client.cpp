@@ -25,7 +25,7 @@ asio::ip::tcp::endpoint endpointOf(const std::string& url) {
 
 Received toReceived(http::response<http::string_body> response) {
   Received received;
-  received.status = response.result_int();
+  received.status = static_cast<int>(response.result_int());
   received.contentType = response[http::field::content_type];
   for (const auto& field : response) {
     std::string name(field.name_string());
@@ -38,9 +38,13 @@ Received toReceived(http::response<http::string_body> response) {
 
 }  // namespace
 
-boost::json::object Received::json() const { return boost::json::parse(body).as_object(); }
+boost::json::object Received::json() const {
+  return boost::json::parse(body).as_object();
+}
 
-std::string Received::id() const { return std::string(json().at("id").as_string()); }
+std::string Received::id() const {
+  return std::string(json().at("id").as_string());
+}
 
 Client::Client(const std::string& url) : socket(context) {
   socket.connect(endpointOf(url));
@@ -72,7 +76,9 @@ Received Client::request(const std::string& method, const std::string& target, s
   return toReceived(parser.release());
 }
 
-void Client::send(std::string_view bytes) { asio::write(socket, asio::buffer(bytes)); }
+void Client::send(std::string_view bytes) {
+  asio::write(socket, asio::buffer(bytes));
+}
 
 Received Client::receive() {
   http::response_parser<http::string_body> parser;
@@ -87,11 +93,6 @@ std::string Client::receiveRest() {
   asio::read(socket, asio::dynamic_buffer(rest), error);
   if (error != asio::error::eof) throw boost::system::system_error(error);
   return rest;
-}
-
-boost::json::object withoutStamps(boost::json::object object) {
-  for (const char* name : {"self", "creationTime", "lastUpdated"}) object.erase(name);
-  return object;
 }
 
 }  // namespace simulator

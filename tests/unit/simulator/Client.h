@@ -53,7 +53,4 @@ class Client {
 /// "Basic" with the simulator's default user and password.
 extern const char* const authorization;
 
-/// The fields of `object` without those that the simulator stamps on every document: self, creationTime, lastUpdated.
-boost::json::object withoutStamps(boost::json::object object);
-
 }  // namespace simulator

@@ -3,11 +3,21 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <string>
 
 #include "tests/unit/simulator/Client.h"
+
+namespace boost::json {
+
+/// Lets failures show objects as JSON.
+inline void PrintTo(const object& value, std::ostream* out) {
+  *out << value;
+}
+
+}  // namespace boost::json
 
 namespace simulator {
 
@@ -37,9 +47,9 @@ class PlatformTest : public ::testing::Test {
   }
 
   /// What the platform's clock shows.
-  Moment now{};
+  std::atomic<Moment> now{Moment{}};
 
-  Simulator platform{Options{.clock = [this] { return now; }}};
+  Simulator platform{Options{.clock = [this] { return now.load(); }}};
   Client client{platform.url()};
 };
 
