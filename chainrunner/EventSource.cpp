@@ -1,6 +1,5 @@
 #include "chainrunner/EventSource.h"
 
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -58,12 +57,7 @@ EventSource::EventSource(std::string fileName, LineReader lines, const Mapping& 
 SourceStep EventSource::next() {
   std::string line;
   for (;;) {
-    LineReader::Result result{};
-    try {
-      result = lines.next(line);
-    } catch (const std::runtime_error& error) {
-      throw std::runtime_error(fileName + ": " + error.what());
-    }
+    const LineReader::Result result = lines.next(line);
     if (result == LineReader::Result::end) return {SourceStep::Kind::end, {}, {}, {}};
     ++lineNumber;
     if (result == LineReader::Result::tooLong)

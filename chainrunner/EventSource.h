@@ -31,10 +31,10 @@ class EventSource {
   /// `fileName` is for messages. `mapping` must outlive the source.
   EventSource(std::string fileName, LineReader lines, const Mapping& mapping, const SourceOptions& options);
 
-  /// The next step. Throws std::runtime_error "FILE: reason" when the file can't be read.
+  /// The next step. Throws InputError.
   SourceStep next();
 
-  /// Whether `next` would give something without waiting for the file.
+  /// Whether `next` would give something without waiting for the file. Throws likewise.
   bool isReady();
 
  private:

@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
+#include <utility>
 
 namespace chainrunner {
 
-LineReader::LineReader(int file, int stopFile, std::size_t maxLineBytes)
-    : file(file), stopFile(stopFile), maxLineBytes(maxLineBytes) {}
+LineReader::LineReader(std::string name, int file, int stopFile, std::size_t maxLineBytes)
+    : name(std::move(name)), file(file), stopFile(stopFile), maxLineBytes(maxLineBytes) {}
 
 LineReader::Result LineReader::next(std::string& line) {
   bool isTooLong = false;
@@ -47,7 +47,7 @@ bool LineReader::fill(int timeoutMilliseconds) {
   if (isAtEnd) return false;
   pollfd files[] = {{file, POLLIN, 0}, {stopFile, POLLIN, 0}};
   while (poll(files, 2, timeoutMilliseconds) < 0)
-    if (errno != EINTR) throw std::runtime_error(std::strerror(errno));
+    if (errno != EINTR) fail();
   if (files[1].revents != 0) {
     isAtEnd = true;
     buffer.clear();
@@ -63,10 +63,14 @@ bool LineReader::fill(int timeoutMilliseconds) {
   buffer.resize(before + chunk);
   ssize_t count = 0;
   while ((count = read(file, buffer.data() + before, chunk)) < 0)
-    if (errno != EINTR) throw std::runtime_error(std::strerror(errno));
+    if (errno != EINTR) fail();
   buffer.resize(before + static_cast<std::size_t>(count));
   isAtEnd = count == 0;
   return count > 0;
+}
+
+void LineReader::fail() const {
+  throw InputError(name + ": " + std::strerror(errno));
 }
 
 }  // namespace chainrunner

@@ -1,28 +1,37 @@
 #pragma once
 
 #include <cstddef>
+#include <stdexcept>
 #include <string>
 
 namespace chainrunner {
+
+/// An input that can't be read; `what()` names it and tells why.
+class InputError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 /// Reads lines from a file descriptor and can be called off while it waits for one. [one thread]
 class LineReader {
  public:
   enum class Result { line, tooLong, end };
 
-  /// Reads from `file`; ends early once `stopFile` is readable. Both stay the caller's.
-  LineReader(int file, int stopFile, std::size_t maxLineBytes);
+  /// Reads from `file`; ends early once `stopFile` is readable. Both stay the caller's. `name` is for messages.
+  LineReader(std::string name, int file, int stopFile, std::size_t maxLineBytes);
 
   /// The next line without its end ("\n" or "\r\n"). A line of more than `maxLineBytes` is skipped and reported as
-  /// `tooLong`. Throws std::runtime_error when the file can't be read.
+  /// `tooLong`. Throws InputError.
   Result next(std::string& line);
 
-  /// Whether `next` would give a line without waiting.
+  /// Whether `next` would give a line without waiting. Throws InputError.
   bool isReady();
 
  private:
   bool fill(int timeoutMilliseconds);
+  [[noreturn]] void fail() const;
 
+  const std::string name;
   const int file, stopFile;
   const std::size_t maxLineBytes;
   std::string buffer;

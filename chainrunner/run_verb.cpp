@@ -56,7 +56,7 @@ class File {
  public:
   explicit File(const std::string& name)
       : number(name == "-" ? STDIN_FILENO : open(name.c_str(), O_RDONLY | O_CLOEXEC)), isOwn(name != "-") {
-    if (number < 0) throw std::runtime_error(name + ": " + std::strerror(errno));
+    if (number < 0) throw InputError(name + ": " + std::strerror(errno));
   }
   ~File() {
     if (isOwn) close(number);
@@ -84,7 +84,7 @@ Credentials findCredentials(bool forOwnSimulator) {
   const auto credentials = orRefuse(badUsage, "", credentialsFromEnvironment);
   if (!credentials && !forOwnSimulator)
     throw Refusal{badUsage,
-                  "A platform of its own needs MARLOVANCE_USERNAME and MARLOVANCE_PASSWORD (or "
+                  "The platform needs MARLOVANCE_USERNAME and MARLOVANCE_PASSWORD (or "
                   "MARLOVANCE_PASSWORD_FILE) in the environment"};
   return credentials.value_or(freshCredentials());
 }
@@ -130,24 +130,33 @@ std::string describeProgress(const RunRecord& record, const Chain& chain) {
          std::to_string(RunCounts::sum(counts.eventsOut));
 }
 
-/// Reads the source to its end, or until an interruption or an output that fails, and sends its events in batches. A
-/// batch goes out when it is full, and also when the source has nothing at hand.
+/// Reads the source to its end, or until an interruption, an input or an output that fails, and sends its events in
+/// batches. A batch goes out when it is full, and also when the source has nothing at hand.
 class Pump {
  public:
   Pump(EventSource& source, Chain& chain, RunRecord& record, Console& console, std::size_t batchSize)
       : source(source), chain(chain), record(record), console(console), batchSize(batchSize) {}
 
-  void run(const Interruption& interruption) {
-    bool goesOn = true;
-    while (goesOn && !interruption.happened() && chain.writeError() == 0) {
-      if (batch.size() >= batchSize || (!batch.empty() && !source.isReady())) flush();
-      goesOn = take(source.next());
+  /// Gives why the input could not be read to its end; empty when all is well.
+  std::string run(const Interruption& interruption) {
+    std::string failure;
+    try {
+      while (!interruption.happened() && chain.writeError() == 0 && step()) {
+      }
+    } catch (const InputError& error) {
+      failure = error.what();
     }
     flush();
     chain.waitUntilIdle();
+    return failure;
   }
 
  private:
+  bool step() {
+    if (batch.size() >= batchSize || (!batch.empty() && !source.isReady())) flush();
+    return take(source.next());
+  }
+
   bool take(SourceStep step) {
     switch (step.kind) {
       case SourceStep::Kind::event:
@@ -179,10 +188,17 @@ class Pump {
   std::vector<Message> batch;
 };
 
-/// Plays the source through a chain that lives only here, and tells what came of it.
-RunReport play(const PluginLibrary& library, const ChainFile& file, const Credentials& credentials, EventSource& source,
-               Console& console, Interruption& interruption, int& writeError) {
+struct Played {
   RunReport report;
+  std::string readFailure;
+  int writeError = 0;
+};
+
+/// Plays the source through a chain that lives only here, and tells what came of it.
+Played play(const PluginLibrary& library, const ChainFile& file, const Credentials& credentials, EventSource& source,
+            Console& console, Interruption& interruption) {
+  Played played;
+  RunReport& report = played.report;
   RunRecord record;
   {
     Chain chain(library, file, credentials, stdout, record);
@@ -190,17 +206,17 @@ RunReport play(const PluginLibrary& library, const ChainFile& file, const Creden
     const auto start = Clock::now();
     {
       const ProgressDisplay progress(console, [&] { return describeProgress(record, chain); });
-      Pump(source, chain, record, console, file.source.batch).run(interruption);
+      played.readFailure = Pump(source, chain, record, console, file.source.batch).run(interruption);
     }
     report.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     interruption.atEndOfPatience({});
     report.statusItems = devhost::statusItems();
-    writeError = chain.writeError();
+    played.writeError = chain.writeError();
   }
   report.counts = record.counts();
   report.isInterrupted = interruption.happened();
   report.peakMemoryBytes = peakMemoryBytes();
-  return report;
+  return played;
 }
 
 void writeReport(const RunReport& report, const std::string& fileName) {
@@ -231,10 +247,9 @@ ExitCode run(const RunOptions& options, Console& console) {
                                       [&] { return checkedPlatform(chain.transport.platform); });
 
   const std::string inputName = options.input == "-" ? "standard input" : options.input;
-  EventSource source(inputName, LineReader(input.number, interruption.file(), chain.source.maxLineBytes), chain.mapping,
-                     chain.source);
-  int writeError = 0;
-  RunReport report = play(*library, chain, credentials, source, console, interruption, writeError);
+  EventSource source(inputName, LineReader(inputName, input.number, interruption.file(), chain.source.maxLineBytes),
+                     chain.mapping, chain.source);
+  auto [report, readFailure, writeError] = play(*library, chain, credentials, source, console, interruption);
   // What the plug-in keeps for the life of the process goes with its library.
   library.reset();
   if (devhost::ledgerLevel() != devhost::LedgerLevel::none) report.liveBlocks = devhost::liveBlocks().total();
@@ -242,6 +257,7 @@ ExitCode run(const RunOptions& options, Console& console) {
   if (!options.jsonReport.empty()) writeReport(report, options.jsonReport);
   if (writeError != 0)
     throw Refusal{internalFailure, std::string("Standard output can't be written: ") + std::strerror(writeError)};
+  if (!readFailure.empty()) throw Refusal{badUsage, readFailure};
   return report.isInterrupted ? interrupted : allDone;
 }
 
@@ -258,6 +274,8 @@ int runVerb(const RunOptions& options) {
     code = run(options, console);
   } catch (const Refusal& refusal) {
     code = fail(refusal.code, refusal.reason);
+  } catch (const InputError& error) {
+    code = fail(badUsage, error.what());
   } catch (const PluginError& error) {
     code = fail(badPlugin, error.what());
   } catch (const std::exception& error) {

@@ -1,0 +1,86 @@
+#include "chainrunner/EventSink.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "chainrunner/json_reader.h"
+#include "devhost/devhost.h"
+
+namespace chainrunner {
+namespace {
+
+Message event(const char* metadata, const char* payload) {
+  return Message(readJson(payload), std::move(readJson(metadata).get<map_t>()));
+}
+
+TEST(EventLineTest, ShowsTypeChannelReqIdAndPayload) {
+  EXPECT_EQ(
+      eventLine(event(R"({"qel.type": "t", "qel.channel": "c", "reqId": 7, "http": {}})", R"({"b": 1, "a": 2.0})")),
+      R"({"type":"t","channel":"c","reqId":7,"payload":{"a":2.0,"b":1}})");
+}
+
+TEST(EventLineTest, LeavesOutWhatTheEventHasNot) {
+  EXPECT_EQ(eventLine(event(R"({"qel.type": "t"})", "null")), R"({"type":"t","payload":null})");
+}
+
+TEST(EventLineTest, ShowsTheNameOfThePayload) {
+  Message named = event(R"({"qel.type": "t"})", "{}");
+  named.getPayload().get<map_t>().setName("com.kelvo.marlovance.Alarm");
+  EXPECT_EQ(eventLine(named), R"({"type":"t","object":"com.kelvo.marlovance.Alarm","payload":{}})");
+}
+
+class EventSinkTest : public testing::Test {
+ protected:
+  ~EventSinkTest() override {
+    std::fclose(file);
+    std::free(text);
+  }
+  void receive(Message& message) { EXPECT_EQ(EventSink::receiveBatch(&sink, &message, &message + 1), 0); }
+
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* file = open_memstream(&text, &size);
+  RunRecord record;
+  EventSink sink{file, record};
+};
+
+TEST_F(EventSinkTest, WritesALineAndTakesTheEvent) {
+  Message message = event(R"({"qel.type": "t"})", "1");
+  receive(message);
+  EXPECT_STREQ(text, "{\"type\":\"t\",\"payload\":1}\n");
+  EXPECT_TRUE(message.getPayload().empty());
+  EXPECT_TRUE(message.getMetadataMap().empty());
+  EXPECT_EQ(record.counts().eventsOut.at("t"), 1U);
+}
+
+TEST_F(EventSinkTest, AcceptsAnEmptyBatch) {
+  EXPECT_EQ(EventSink::receiveBatch(&sink, nullptr, nullptr), 0);
+}
+
+TEST_F(EventSinkTest, LogsAnEventThatHasNoJsonForm) {
+  std::vector<std::string> lines;
+  devhost::setLogSink([&](const devhost::LogLine& line) { lines.push_back(line.text); });
+  Message bad = event(R"({"qel.type": "t"})", "1");
+  bad.setPayload(data_t(std::nan("")));
+  receive(bad);
+  Message good = event(R"({"qel.type": "t"})", "2");
+  receive(good);
+  devhost::setLogSink({});
+  EXPECT_EQ(lines, std::vector<std::string>{
+                       "An event of type t can't be written: A number that is not finite has no JSON form"});
+  EXPECT_STREQ(text, "{\"type\":\"t\",\"payload\":2}\n");
+}
+
+TEST(EventSinkFailureTest, RemembersThatTheOutputFails) {
+  std::FILE* full = std::fopen("/dev/full", "w");
+  RunRecord record;
+  EventSink sink(full, record);
+  Message message = event(R"({"qel.type": "t"})", "1");
+  EXPECT_EQ(EventSink::receiveBatch(&sink, &message, &message + 1), 0);
+  EXPECT_EQ(sink.writeError(), ENOSPC);
+  std::fclose(full);
+}
+
+}  // namespace
+}  // namespace chainrunner

@@ -1,0 +1,144 @@
+#include "chainrunner/json_writer.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "chainrunner/json_reader.h"
+#include "devhost/devhost.h"
+
+namespace chainrunner {
+namespace {
+
+struct Written {
+  const char* name;
+  double number;
+  const char* text;
+};
+
+void PrintTo(const Written& row, std::ostream* out) {
+  *out << row.text;
+}
+
+class JsonWriterDoubleTest : public testing::TestWithParam<Written> {};
+
+TEST_P(JsonWriterDoubleTest, IsShortestAndStaysADouble) {
+  EXPECT_EQ(toJson(data_t(GetParam().number)), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, JsonWriterDoubleTest,
+                         testing::Values(Written{"Whole", 100.0, "100.0"}, Written{"Tenth", 0.1, "0.1"},
+                                         Written{"Seconds", 1600000000.25, "1600000000.25"},
+                                         Written{"WholeSeconds", 1.6e9, "1600000000.0"},
+                                         Written{"NegativeZero", -0.0, "-0.0"}, Written{"Great", 1e300, "1e+300"},
+                                         Written{"Small", 1.5e-7, "1.5e-07"}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(JsonWriterTest, WritesKeysInByteOrder) {
+  EXPECT_EQ(toJson(readJson(R"({"b":1,"a":[true,null,"x"],"B":{}})")), R"({"B":{},"a":[true,null,"x"],"b":1})");
+}
+
+TEST(JsonWriterTest, EscapesWhatJsonReserves) {
+  EXPECT_EQ(toJson(data_t("\"\\\b\x1f\n\r\t/\x7f")), "\"\\\"\\\\\\u0008\\u001f\\n\\r\\t/\x7f\"");
+}
+
+TEST(JsonWriterTest, KeepsIntegersWhole) {
+  EXPECT_EQ(toJson(data_t(std::numeric_limits<std::int64_t>::min())), "-9223372036854775808");
+}
+
+TEST(JsonWriterTest, WritesBorrowedStrings) {
+  const char* text = "borrowed";
+  const data_t value = data_t::adopt({reinterpret_cast<std::uint64_t>(text), QEL_BORROWED_STRING, 0});
+  EXPECT_EQ(toJson(value), "\"borrowed\"");
+}
+
+std::string failureOf(const data_t& value, std::size_t depth = 200) {
+  try {
+    return "no failure: " + toJson(value, depth);
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
+TEST(JsonWriterTest, RefusesWhatJsonCannotSay) {
+  EXPECT_EQ(failureOf(data_t(std::nan(""))), "A number that is not finite has no JSON form");
+  EXPECT_EQ(failureOf(data_t(HUGE_VAL)), "A number that is not finite has no JSON form");
+  EXPECT_EQ(failureOf(data_t::adopt(devhost::makeBuffer("ab", 2))), "A buffer value has no JSON form");
+  EXPECT_EQ(failureOf(data_t::adopt(devhost::makeDecimal(1, 0))), "A decimal value has no JSON form");
+  EXPECT_EQ(failureOf(data_t("\xff")), "A text that is not UTF-8 has no JSON form");
+  EXPECT_EQ(failureOf(data_t("\xed\xa0\x80")), "A text that is not UTF-8 has no JSON form");
+  EXPECT_EQ(failureOf(readJson("[[[]]]"), 2), "Values nested deeper than 2 have no JSON form");
+}
+
+TEST(JsonWriterTest, RefusesKeysThatAreNoStrings) {
+  map_t map;
+  map[data_t(std::int64_t{1})] = true;
+  EXPECT_EQ(failureOf(data_t(std::move(map))), "A key that is not a string has no JSON form (it is integer)");
+}
+
+/// Any finite double, by its bits.
+rc::Gen<double> finiteDoubles() {
+  return rc::gen::suchThat(rc::gen::map(rc::gen::arbitrary<std::uint64_t>(),
+                                        [](std::uint64_t bits) {
+                                          double number = 0;
+                                          std::memcpy(&number, &bits, sizeof number);
+                                          return number;
+                                        }),
+                           [](double number) { return std::isfinite(number); });
+}
+
+RC_GTEST_PROP(JsonWriterProperty, DoublesReadBackToTheBit, ()) {
+  const double number = *finiteDoubles();
+  const double back = readJson(toJson(data_t(number))).get<double>();
+  RC_ASSERT(std::memcmp(&number, &back, sizeof number) == 0);
+}
+
+RC_GTEST_PROP(JsonWriterProperty, IntegersReadBack, (std::int64_t number)) {
+  RC_ASSERT(readJson(toJson(data_t(number))).get<std::int64_t>() == number);
+}
+
+/// Valid UTF-8 without NUL, from characters of every length.
+std::string anyText() {
+  static const std::vector<std::string> characters = {"a",    "\"", "\\",       "\n",           "\x01",
+                                                      "\x7f", " ",  "\xC3\xA9", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"};
+  std::string text;
+  for (const auto& character : *rc::gen::container<std::vector<std::string>>(rc::gen::elementOf(characters)))
+    text += character;
+  return text;
+}
+
+data_t anyValue(int depth) {
+  switch (*rc::gen::inRange(0, depth > 0 ? 7 : 5)) {
+    case 0:
+      return data_t();
+    case 1:
+      return data_t(*rc::gen::arbitrary<bool>());
+    case 2:
+      return data_t(*rc::gen::arbitrary<std::int64_t>());
+    case 3:
+      return data_t(*finiteDoubles());
+    case 4:
+      return data_t(anyText());
+    case 5: {
+      list_t list;
+      for (int i = *rc::gen::inRange(0, 5); i > 0; --i) list.push_back(anyValue(depth - 1));
+      return data_t(std::move(list));
+    }
+    default: {
+      map_t map;
+      for (int i = *rc::gen::inRange(0, 9); i > 0; --i) map[data_t(anyText())] = anyValue(depth - 1);
+      return data_t(std::move(map));
+    }
+  }
+}
+
+RC_GTEST_PROP(JsonWriterProperty, ValuesReadBackEqual, ()) {
+  const data_t value = anyValue(4);
+  RC_ASSERT(readJson(toJson(value)) == value);
+}
+
+}  // namespace
+}  // namespace chainrunner
