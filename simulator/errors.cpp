@@ -25,10 +25,14 @@ std::string_view wordFor(int status) {
       return "unsupportedMediaType";
     case 422:
       return "unprocessable";
+    case 429:
+      return "tooManyRequests";
     case 431:
       return "headersTooLarge";
+    case 503:
+      return "serviceUnavailable";
     default:
-      return "internalError";
+      return status < 500 ? "badRequest" : "internalError";
   }
 }
 

@@ -24,7 +24,7 @@ class FaultsTest : public PlatformTest {
 
 TEST_F(FaultsTest, StatusComesInPlaceOfTheAnswer) {
   platform.addFault({.method = "POST", .status = 503});
-  expectError(client.post("/registry/managed-objects", "{}"), 503, "internalError",
+  expectError(client.post("/registry/managed-objects", "{}"), 503, "serviceUnavailable",
               "the fault plan answers with this status");
   EXPECT_EQ(platform.counts().at("managed objects"), 0);
   EXPECT_EQ(client.post("/registry/managed-objects", "{}").status, 201);
