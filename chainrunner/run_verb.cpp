@@ -84,7 +84,7 @@ Credentials findCredentials(bool forOwnSimulator) {
   const auto credentials = orRefuse(badUsage, "", credentialsFromEnvironment);
   if (!credentials && !forOwnSimulator)
     throw Refusal{badUsage,
-                  "The platform needs MARLOVANCE_USERNAME and MARLOVANCE_PASSWORD (or "
+                  "A platform needs MARLOVANCE_USERNAME and MARLOVANCE_PASSWORD (or "
                   "MARLOVANCE_PASSWORD_FILE) in the environment"};
   return credentials.value_or(freshCredentials());
 }

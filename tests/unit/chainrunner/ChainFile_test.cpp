@@ -68,7 +68,7 @@ struct BadFile {
 };
 
 void PrintTo(const BadFile& file, std::ostream* out) {
-  *out << file.text;
+  *out << file.name;
 }
 
 class BadChainFileTest : public testing::TestWithParam<BadFile> {};
@@ -98,8 +98,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{
             "Password", "plugin:\n  configuration:\n    password: secret",
             "my.yaml:3: plugin/configuration/password: credentials come from the environment, not from a chain file"},
-        BadFile{"NotYaml", "plugin:\n  - {", "my.yaml:3: end of map flow not found"}),
-    [](const auto& info) { return info.param.name; });
+        BadFile{"NotYaml", "plugin:\n  - {", "my.yaml:2: end of map flow not found"}),
+    [](const auto& each) { return each.param.name; });
 
 TEST(ChainFileTest, NamesAFileThatIsNotThere) {
   ChainFile chain;

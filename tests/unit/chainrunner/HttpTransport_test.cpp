@@ -311,7 +311,6 @@ TEST_F(HttpTransportTest, GivesUpAfterTheLastRetry) {
 
 TEST_F(HttpTransportTest, SendsAPostOnceWhenAKeptConnectionDies) {
   // The second request on each connection is read and never answered: libcurl alone would send it again.
-  std::map<std::string, int> perConnection;
   std::atomic<int> count{0};
   ScriptedServer server([&](const Received&, const Connection& connection) {
     if (count++ == 1) return false;
@@ -394,8 +393,12 @@ TEST_F(HttpTransportTest, StartsNothingBehindABarrierBeforeAllBeforeItIsAnswered
   bool isBehind = false;
   for (const Received& received : server.received()) {
     if (received.path == "/barrier") isBehind = true;
-    if (received.path == "/2") EXPECT_FALSE(isBehind);
-    if (received.path == "/4") EXPECT_TRUE(isBehind);
+    if (received.path == "/2") {
+      EXPECT_FALSE(isBehind);
+    }
+    if (received.path == "/4") {
+      EXPECT_TRUE(isBehind);
+    }
   }
 }
 
@@ -420,7 +423,7 @@ TEST_F(HttpTransportTest, HoldsTheSenderWhileTooMuchIsInFlight) {
   while (sent < 3) std::this_thread::sleep_for(milliseconds(1));
   std::this_thread::sleep_for(milliseconds(20));
   EXPECT_EQ(sent, 3);
-  EXPECT_EQ(transport->inFlight(), 4U - 1U);
+  EXPECT_EQ(transport->inFlight(), 3U);
   mayAnswer = true;
   sender.join();
   for (int i = 0; i < 10; ++i) EXPECT_EQ(answerTo(i).status, "200");

@@ -51,8 +51,8 @@ class ScriptedServer {
   bool readRequest(int socket, std::string& buffer, Received& request) const;
 
   const Script script;
-  int listener;
   unsigned short port = 0;
+  int listener;
   std::atomic<int> connectionCount{0};
   mutable std::mutex mutex;
   std::vector<Received> requests;

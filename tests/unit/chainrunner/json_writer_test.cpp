@@ -35,7 +35,7 @@ INSTANTIATE_TEST_SUITE_P(All, JsonWriterDoubleTest,
                                          Written{"WholeSeconds", 1.6e9, "1600000000.0"},
                                          Written{"NegativeZero", -0.0, "-0.0"}, Written{"Great", 1e300, "1e+300"},
                                          Written{"Small", 1.5e-7, "1.5e-07"}),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& each) { return each.param.name; });
 
 TEST(JsonWriterTest, WritesKeysInByteOrder) {
   EXPECT_EQ(toJson(readJson(R"({"b":1,"a":[true,null,"x"],"B":{}})")), R"({"B":{},"a":[true,null,"x"],"b":1})");
