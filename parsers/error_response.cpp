@@ -1,8 +1,5 @@
 #include "parsers/error_response.h"
 
-#include <algorithm>
-#include <regex>
-
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"
 
@@ -51,8 +48,18 @@ std::string composedErrorText(const Message& response, const Message& request, c
 }
 
 std::string indentNewlines(const std::string& text) {
-  const std::regex lineBreak("(\r\n|\n|\r)");
-  return std::regex_replace(text, lineBreak, "\n\t---> ");
+  std::string indented;
+  indented.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isCarriageReturn = text[i] == '\r';
+    if (!isCarriageReturn && text[i] != '\n') {
+      indented += text[i];
+      continue;
+    }
+    indented += "\n\t---> ";
+    if (isCarriageReturn && i + 1 < text.size() && text[i + 1] == '\n') ++i;  // both are one line break
+  }
+  return indented;
 }
 
 }  // namespace com::tallowmere::connectivity::plugins
