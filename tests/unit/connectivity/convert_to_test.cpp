@@ -17,7 +17,6 @@ namespace tests {
 namespace {
 
 using product::data_t;
-using product::map_t;
 
 constexpr const char* ofEmpty = "Trying to parse from empty";
 constexpr const char* ofBoolean = "Trying to parse from incorrect type (actually boolean)";

@@ -116,7 +116,7 @@ TEST(ListTest, AppendsAnElementOfItselfWhileItGrows) {
 
 TEST(ListTest, ReservesAtLeastTwo) {
   TestHost::forgetCalls();
-  for (const std::uint64_t n : {0, 1, 2, 3, 50}) {
+  for (const std::uint64_t n : {0u, 1u, 2u, 3u, 50u}) {
     list_t list;
     list.reserve(n);
     EXPECT_EQ(list.size(), 0u);

@@ -7,14 +7,12 @@
 #include "connectivity/map_t.h"
 #include "tests/support/Environment.h"
 #include "tests/support/MapBuilder.h"
-#include "tests/support/TestHost.h"
 #include "tests/unit/connectivity/failure.h"
 #include "tests/unit/connectivity/made_values.h"
 
 namespace tests {
 namespace {
 
-using product::data_t;
 using product::map_t;
 
 constexpr const char* invalidated = "Iterator invalidated by modifying map";

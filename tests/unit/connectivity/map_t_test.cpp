@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/MapBuilder.h"
 #include "tests/support/TestHost.h"
 #include "tests/unit/connectivity/failure.h"
 #include "tests/unit/connectivity/host_variations.h"
@@ -18,12 +17,9 @@ namespace tests {
 namespace {
 
 using product::data_t;
-using product::list_t;
 using product::map_t;
 using Numbers = std::vector<std::uint64_t>;
 
-constexpr const char* customKey = "Cannot use custom values as a key";
-constexpr const char* nullKey = "Cannot have a null key";
 constexpr const char* notInMap = "Element not in map";
 
 data_t nan() {

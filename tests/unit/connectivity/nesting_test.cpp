@@ -27,7 +27,6 @@ namespace tests {
 namespace {
 
 using product::data_t;
-using product::list_t;
 using product::map_t;
 using product::to_string;
 

@@ -9,7 +9,6 @@
 
 #include "connectivity/data_t.h"
 #include "connectivity/value_hash.h"
-#include "tests/support/MapBuilder.h"
 #include "tests/unit/connectivity/cases.h"
 #include "tests/unit/connectivity/made_values.h"
 
