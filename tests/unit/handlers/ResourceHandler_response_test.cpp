@@ -98,6 +98,16 @@ TEST_F(ResourceResponseTest, NamesADocumentWithoutABlock) {
   EXPECT_EQ(takeHostEvents().at(0).payload(), json(R"({"$name": "com.kelvo.marlovance.Alarm", "$map": {}})"));
 }
 
+TEST_F(ResourceResponseTest, LeavesADocumentNamelessForATypeWithoutAName) {
+  ResourceHandler<genericParser, getIdFromField> nameless(
+      services(), {{}, {}, {}, "", data_t::adopt(withoutBlock(QEL_BORROWED_STRING))});
+  send(awaited());
+  Message answer = messageFrom(created(R"({"$name": "theirs", "$map": {"id": "1"}})"));
+  OutstandingRequest request = match(answer);
+  nameless.handleResponse(answer, request);
+  EXPECT_EQ(takeHostEvents().at(0).payload(), json(R"({"id": "1"})"));
+}
+
 struct Named {
   const char* name;
 };
