@@ -18,7 +18,7 @@ MarlovanceCodec::MarlovanceCodec(const createPluginParams& params)
       sender(outstanding, transportSide, logger, constants, config),
       responder(hostSide, logger),
       time(constants, logger) {
-  fillHandlerTable(handlers, {constants, config, time, metrics, logger, responder});
+  fillHandlerTable(handlers, {constants, config, time, metrics, logger, responder}, sender);
 }
 
 MarlovanceCodec::~MarlovanceCodec() {

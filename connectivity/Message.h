@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "connectivity/barrier.h"
 #include "connectivity/data_t.h"
 #include "connectivity/host_abi.h"
 #include "connectivity/map_t.h"
@@ -28,7 +29,11 @@ class Message {
   Message& operator=(Message&&) noexcept = default;
   Message(const Message&) = delete;
   Message& operator=(const Message&) = delete;
-  ~Message() = default;  // the metadata first, then the payload
+
+  /// Frees the metadata, then the payload; each runs even if the other fails.
+  ~Message() {
+    if (metadata.header()) swallow([&] { qel_free_map(metadata.disown()); });
+  }
 
   data_t& getPayload() noexcept { return payload; }
   const data_t& getPayload() const noexcept { return payload; }

@@ -93,6 +93,9 @@ class map_t {
   /// The block as the host's operations take it; null without one. Stays the map's.
   map_header* header() const noexcept { return block; }
 
+  /// Gives the block away, or null without one.
+  map_header* disown() noexcept { return std::exchange(block, nullptr); }
+
  private:
   struct Position;
 

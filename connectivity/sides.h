@@ -10,7 +10,7 @@ namespace com::tallowmere::connectivity10_15_4 {
 /// The thing one calls to send towards the host. A codec's own one receives the transport's responses.
 class HostSide {
  public:
-  virtual ~HostSide() = default;
+  virtual ~HostSide() noexcept(false) {}
 
   /// Takes the batch [begin, end), whose contents it may move out.
   virtual void sendBatchTowardsHost(Message* begin, Message* end) = 0;
@@ -19,7 +19,7 @@ class HostSide {
 /// The thing one calls to send towards the transport. A codec's own one receives the host's events.
 class TransportSide {
  public:
-  virtual ~TransportSide() = default;
+  virtual ~TransportSide() noexcept(false) {}
 
   /// Takes the batch [begin, end), whose contents it may move out.
   virtual void sendBatchTowardsTransport(Message* begin, Message* end) = 0;
