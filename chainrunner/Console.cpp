@@ -1,5 +1,6 @@
 #include "chainrunner/Console.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace chainrunner {
@@ -19,7 +20,10 @@ void Console::progress(const std::string& text) {
   if (!isShown) return;
   const MutexLock lock(mutex);
   erase();
-  std::fputs(text.c_str(), out);
+  // A line that wraps could not be erased.
+  winsize window{};
+  const bool isKnown = ioctl(fileno(out), TIOCGWINSZ, &window) == 0 && window.ws_col > 1;
+  std::fputs(text.substr(0, isKnown ? window.ws_col - 1U : text.size()).c_str(), out);
   std::fflush(out);
   hasProgress = true;
 }

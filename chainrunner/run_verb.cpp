@@ -232,6 +232,8 @@ ExitCode run(const RunOptions& options, Console& console) {
 
   ChainFile chain = orRefuse(badUsage, "", [&] { return readChain(options); });
   const bool ownsSimulator = chain.transport.platform.empty();
+  if (!ownsSimulator && !options.database.empty())
+    throw Refusal{badUsage, "--database is for the embedded simulator, and there is a platform"};
   const Credentials credentials = findCredentials(ownsSimulator);
   const File input(options.input);
   auto library = std::make_unique<PluginLibrary>(options.plugin.empty() ? defaultPluginFile() : options.plugin);

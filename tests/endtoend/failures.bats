@@ -36,6 +36,11 @@ load helpers
     run --platform http://127.0.0.1:1
 }
 
+@test "a database for a platform that has its own" {
+  fails_with 2 'marlovance-chain: --database is for the embedded simulator, and there is a platform' \
+    run --platform http://127.0.0.1:1 --database fleet.sqlite
+}
+
 @test "an address that is no platform's" {
   export MARLOVANCE_USERNAME=u MARLOVANCE_PASSWORD=p
   fails_with 2 "marlovance-chain: The platform's address ftp://host: only http and https are possible, not ftp" \
