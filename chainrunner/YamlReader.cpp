@@ -19,9 +19,9 @@ void YamlReader::readMap(const YAML::Node& map, const Keys& keys) {
     if (!known) fail(value, "unknown key");
     entries.emplace_back(key, value);
   });
-  for (const auto& [key, read] : keys)
-    for (const auto& [name, value] : entries)
-      if (name == key) within(key, [&] { read(value); });
+  for (const auto& key : keys)
+    for (const auto& entry : entries)
+      if (entry.first == key.first) within(key.first, [&] { key.second(entry.second); });
 }
 
 void YamlReader::forEach(const YAML::Node& map,
