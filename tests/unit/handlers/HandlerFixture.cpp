@@ -25,7 +25,7 @@ void HandlerFixture::configure(std::string_view options) {
   parts.reset();
   handlers.clear();
   parts = std::make_unique<CodecParts>(options);
-  fillHandlerTable(handlers, services());
+  fillHandlerTable(handlers, services(), parts->sender);
   if (handler) use(eventType.substr(std::string_view("com.kelvo.marlovance.").size()));
   forgetLogs();
 }

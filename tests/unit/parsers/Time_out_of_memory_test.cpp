@@ -1,10 +1,12 @@
 // Time while ICU runs out of memory. ICU itself doesn't survive each such failure, so every run is a process of its
 // own, and a run that ends inside the construction proves nothing.
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unicode/uclean.h>
 #include <unistd.h>
 
 #include <boost/json/object.hpp>
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <set>
@@ -47,6 +49,14 @@ void U_CALLCONV release(const void*, void* block) {
 /// What a run tells: one JSON object. Without a key, the run did not come that far.
 using Report = boost::json::object;
 
+/// A crash leaves neither a report nor a core, and a deadlock ends.
+void dieQuietly() {
+  std::signal(SIGSEGV, SIG_DFL);
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+  alarm(60);
+}
+
 /// Runs `work` in a child, which reports step by step. The report gets "crashed" when the child doesn't end well.
 Report inAChild(const std::function<void(const std::function<void(const char*, const std::string&)>&)>& work) {
   int ends[2];
@@ -54,7 +64,7 @@ Report inAChild(const std::function<void(const std::function<void(const char*, c
   const pid_t child = fork();
   if (child == 0) {
     close(ends[0]);
-    alarm(60);
+    dieQuietly();
     work([&ends](const char* key, const std::string& text) {
       const std::string line = textOf(boost::json::object{{key, text}}) + "\n";
       if (write(ends[1], line.data(), line.size()) < 0) _exit(1);

@@ -1,8 +1,8 @@
 #include <unicode/calendar.h>
 #include <unicode/timezone.h>
 
+#include <algorithm>
 #include <optional>
-#include <regex>
 
 #include "connectivity/to_string.h"
 #include "tests/unit/parsers/ParserTest.h"
@@ -371,7 +371,10 @@ TEST_F(TimeTowardsPlatformTest, WritesThePresentInUtcWhateverTheZone) {
   const std::string now = time().formatNow();
   const double after = icu::Calendar::getNow() / 1000.0;
 
-  EXPECT_TRUE(std::regex_match(now, std::regex(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)"))) << now;
+  std::string shape = now;
+  std::replace_if(
+      shape.begin(), shape.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+  EXPECT_EQ(shape, "0000-00-00T00:00:00.000Z");
   product::map_t document;
   document.insert("time", now);
   time().parseTimes(document);
