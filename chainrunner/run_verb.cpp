@@ -14,13 +14,13 @@
 #include <memory>
 #include <stdexcept>
 #include <utility>
-#include <vector>
 
 #include "chainrunner/Chain.h"
 #include "chainrunner/Console.h"
 #include "chainrunner/EventSource.h"
 #include "chainrunner/Interruption.h"
 #include "chainrunner/ProgressDisplay.h"
+#include "chainrunner/Pump.h"
 #include "chainrunner/RunReport.h"
 #include "chainrunner/credentials.h"
 #include "chainrunner/exit_codes.h"
@@ -129,64 +129,6 @@ std::string describeProgress(const RunRecord& record, const Chain& chain) {
          "   in flight " + std::to_string(chain.inFlight()) + "   events out " +
          std::to_string(RunCounts::sum(counts.eventsOut));
 }
-
-/// Reads the source to its end, or until an interruption, an input or an output that fails, and sends its events in
-/// batches. A batch goes out when it is full, and also when the source has nothing at hand.
-class Pump {
- public:
-  Pump(EventSource& source, Chain& chain, RunRecord& record, Console& console, std::size_t batchSize)
-      : source(source), chain(chain), record(record), console(console), batchSize(batchSize) {}
-
-  /// Gives why the input could not be read to its end; empty when all is well.
-  std::string run(const Interruption& interruption) {
-    std::string failure;
-    try {
-      while (!interruption.happened() && chain.writeError() == 0 && step()) {
-      }
-    } catch (const InputError& error) {
-      failure = error.what();
-    }
-    flush();
-    chain.waitUntilIdle();
-    return failure;
-  }
-
- private:
-  bool step() {
-    if (batch.size() >= batchSize || (!batch.empty() && !source.isReady())) flush();
-    return take(source.next());
-  }
-
-  bool take(SourceStep step) {
-    switch (step.kind) {
-      case SourceStep::Kind::event:
-        record.countEventIn(step.type);
-        batch.push_back(std::move(step.message));
-        return true;
-      case SourceStep::Kind::wait:
-        flush();
-        chain.waitUntilIdle();
-        return true;
-      case SourceStep::Kind::refused:
-        record.countRefusedLine();
-        console.line(step.reason);
-        return true;
-      default:
-        return false;
-    }
-  }
-
-  void flush() {
-    if (!batch.empty()) chain.send(batch);
-  }
-
-  EventSource& source;
-  Chain& chain;
-  RunRecord& record;
-  Console& console;
-  const std::size_t batchSize;
-  std::vector<Message> batch;
-};
 
 struct Played {
   RunReport report;
