@@ -114,5 +114,16 @@ TEST_F(OtherTypesTest, KeepEmptyFieldsThatTheyDoNotName) {
   EXPECT_EQ(takeRequest().payload(), R"({"severity":"","status":""})");
 }
 
+TEST_F(OtherTypesTest, DropAnEmptySourceAndAnEmptyFieldWithoutANameFromMeasurements) {
+  send(event("com.kelvo.marlovance.Measurement")
+           .path("/measurement/measurements")
+           .payload(R"({"source": "", "": "", "type": ""})"));
+  EXPECT_EQ(takeRequest().payload(), R"({"measurements":[{"type":""}]})");
+  send(event("com.kelvo.marlovance.MeasurementFragment")
+           .path("/measurement/measurements")
+           .payload(R"({"source": "", "": "", "type": "", "valueFragment": "f", "valueSeries": "s", "value": 1.5})"));
+  EXPECT_EQ(takeRequest().payload(), R"({"f":{"s":{"value":1.5}},"type":""})");
+}
+
 }  // namespace
 }  // namespace tests
