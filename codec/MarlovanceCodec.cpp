@@ -2,7 +2,6 @@
 
 #include "codec/exceptions.h"
 #include "codec/frame_keys.h"
-#include "codec/handler_table.h"
 #include "connectivity/barrier.h"
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"

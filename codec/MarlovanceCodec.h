@@ -1,8 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
-#include <map>
 #include <memory>
 #include <string>
 
@@ -13,6 +11,7 @@
 #include "codec/RequestMetrics.h"
 #include "codec/RequestSender.h"
 #include "codec/ResponseSender.h"
+#include "codec/handler_table.h"
 #include "connectivity/AbstractCodec.h"
 #include "parsers/Time.h"
 
@@ -53,7 +52,7 @@ class MarlovanceCodec final : public AbstractCodec {
 
   // In order of construction; destroyed in reverse, before the neighbours.
   std::atomic<bool> shuttingDown{false};
-  std::map<std::string, std::unique_ptr<Handler>, std::less<>> handlers;
+  HandlerTable handlers;
   DataConstants constants;
   CodecConfig config;
   RequestMetrics metrics;

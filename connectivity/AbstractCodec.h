@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "connectivity/Plugin.h"
 #include "connectivity/sides.h"

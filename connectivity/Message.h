@@ -3,7 +3,6 @@
 #include <string>
 #include <utility>
 
-#include "connectivity/barrier.h"
 #include "connectivity/data_t.h"
 #include "connectivity/host_abi.h"
 #include "connectivity/map_t.h"
@@ -29,11 +28,7 @@ class Message {
   Message& operator=(Message&&) noexcept = default;
   Message(const Message&) = delete;
   Message& operator=(const Message&) = delete;
-
-  /// Frees the metadata, then the payload; each runs even if the other fails.
-  ~Message() {
-    if (metadata.header()) swallow([&] { qel_free_map(metadata.disown()); });
-  }
+  ~Message() = default;  // the metadata first, then the payload; neither lets a failure out
 
   data_t& getPayload() noexcept { return payload; }
   const data_t& getPayload() const noexcept { return payload; }

@@ -25,6 +25,7 @@ std::string logCategory(const std::string& pluginName, const std::string& chainI
 class Plugin {
  public:
   explicit Plugin(const createPluginParams& params);
+
   /// A plug-in's destructor may throw: the destroy entry point answers 1 then.
   virtual ~Plugin() noexcept(false) {}
   Plugin(const Plugin&) = delete;

@@ -11,7 +11,6 @@ StatusReporter::~StatusReporter() {
   swallow([&] {
     if (!statusMap.empty()) qel_set_user_status_map(reporter, statusMap.header());
   });
-  if (statusMap.header()) swallow([&] { qel_free_map(statusMap.disown()); });
 }
 
 std::unique_ptr<StatusItem> StatusReporter::createStatusItem(const std::string& key,

@@ -9,7 +9,8 @@
 
 namespace com::tallowmere::connectivity10_15_4 {
 
-/// Publishes status values through the host's reporter. Must outlive the items that it makes. [any thread]
+/// Publishes status values through the host's reporter. Must outlive the items that it makes. One thread at a
+/// time.
 class StatusReporter {
  public:
   /// `reporter` is the handle that the host gave to the plug-in; it stays the host's.

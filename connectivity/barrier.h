@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "connectivity/Logger.h"
+#include "connectivity/swallow.h"
 
 namespace com::tallowmere::connectivity10_15_4 {
 
@@ -21,15 +22,6 @@ int guarded(const Logger& logger, Level level, const char* label, Body&& body) n
   } catch (...) {
     reportCurrentException(logger, level, label);
     return 1;
-  }
-}
-
-/// Runs `body` and forgets what it throws: for lines and status values in catch blocks and destructors. [any thread]
-template <class Body>
-void swallow(Body&& body) noexcept {
-  try {
-    std::forward<Body>(body)();
-  } catch (...) {
   }
 }
 

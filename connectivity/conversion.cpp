@@ -23,8 +23,7 @@ bool holdsValue(const data_t& value) {
 }
 
 bool parseBoolean(const char* text) {
-  std::string word(text);
-  for (char& c : word) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const std::string word = toLowerCase(text);
   if (word == "true") return true;
   if (word == "false") return false;
   throw std::runtime_error("Invalid boolean: " + word);
@@ -76,6 +75,11 @@ std::string data_t::convert_to<std::string>() const {
     return text;
   }
   refuse(*this);
+}
+
+std::string toLowerCase(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
 }
 
 std::unique_ptr<char, FreeBlock> toLatin1(const std::string& text) {

@@ -95,6 +95,9 @@ double data_t::convert_to<double>() const;
 template <>
 std::string data_t::convert_to<std::string>() const;
 
+/// The text with each byte through the C library's `tolower`. [any thread]
+std::string toLowerCase(std::string text);
+
 /// Frees what the C library or the host allocated for the caller.
 struct FreeBlock {
   void operator()(char* block) const noexcept { std::free(block); }

@@ -12,25 +12,23 @@ data_t::data_t(const char* text) : tag(QEL_STRING) {
 
 void data_t::release() noexcept {
   const std::uint64_t block = std::exchange(payload, 0);
-  switch (std::exchange(tag, QEL_EMPTY)) {
-    case QEL_STRING:
-      qel_free_string(reinterpret_cast<char*>(block));
-      break;
-    case QEL_LIST:
-      qel_free_vector(reinterpret_cast<list_header*>(block));
-      break;
-    case QEL_MAP:
-      qel_free_map(reinterpret_cast<map_header*>(block));
-      break;
-    case QEL_BUFFER:
-      qel_free_buffer(reinterpret_cast<buffer_header*>(block));
-      break;
-    case QEL_CUSTOM:
-      qel_free_custom(reinterpret_cast<void*>(block));
-      break;
-    default:
-      break;
-  }
+  const std::uint32_t freed = std::exchange(tag, QEL_EMPTY);
+  swallow([&] {
+    switch (freed) {
+      case QEL_STRING:
+        return qel_free_string(reinterpret_cast<char*>(block));
+      case QEL_LIST:
+        return qel_free_vector(reinterpret_cast<list_header*>(block));
+      case QEL_MAP:
+        return qel_free_map(reinterpret_cast<map_header*>(block));
+      case QEL_BUFFER:
+        return qel_free_buffer(reinterpret_cast<buffer_header*>(block));
+      case QEL_CUSTOM:
+        return qel_free_custom(reinterpret_cast<void*>(block));
+      default:
+        return;
+    }
+  });
 }
 
 const char* data_t::type_name() const noexcept {

@@ -11,6 +11,7 @@
 #include "connectivity/host_abi.h"
 #include "connectivity/list_t.h"
 #include "connectivity/map_t.h"
+#include "connectivity/swallow.h"
 
 namespace com::tallowmere::connectivity10_15_4 {
 
@@ -155,7 +156,7 @@ inline data_t::data_t(map_t&& map) noexcept : tag(QEL_MAP) {
 }
 
 inline list_t::~list_t() {
-  if (block) qel_free_vector(block);
+  if (block) swallow([&] { qel_free_vector(block); });
 }
 
 inline list_t& list_t::operator=(list_t&& other) noexcept {
@@ -194,7 +195,7 @@ inline list_t::const_iterator list_t::end() const noexcept {
 }
 
 inline map_t::~map_t() {
-  if (block) qel_free_map(block);
+  if (block) swallow([&] { qel_free_map(block); });
 }
 
 inline map_t& map_t::operator=(map_t&& other) noexcept {

@@ -1,18 +1,15 @@
 #include "connectivity/extractConfiguration.h"
 
 #include <algorithm>
+
+// Digits are those of the C locale, whatever locale the host has set.
+#define BOOST_LEXICAL_CAST_ASSUME_C_LOCALE
 #include <boost/lexical_cast.hpp>
-#include <cctype>
 #include <stdexcept>
 
 namespace com::tallowmere::connectivity10_15_4 {
 
 namespace {
-
-std::string lowerCased(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
 
 std::string joinPath(const std::vector<std::string>& path) {
   std::string joined;
@@ -88,7 +85,7 @@ std::int64_t Conversion<std::int64_t>::convert(const data_t& value) {
 
 bool Conversion<bool>::convert(const data_t& value) {
   if (value.is(Tag::boolean)) return value.get<bool>();
-  const std::string word = lowerCased(value.get<const char*>());
+  const std::string word = toLowerCase(value.get<const char*>());
   if (word != "true" && word != "false") throw std::runtime_error("not a bool");
   return word == "true";
 }
@@ -103,8 +100,8 @@ std::string joinWords(const std::vector<std::string>& words) {
 }
 
 std::string convertWord(const data_t& value, const std::vector<std::string>& words) {
-  const std::string word = lowerCased(value.get<const char*>());
-  const auto matches = [&](const std::string& allowed) { return lowerCased(allowed) == word; };
+  const std::string word = toLowerCase(value.get<const char*>());
+  const auto matches = [&](const std::string& allowed) { return toLowerCase(allowed) == word; };
   if (std::none_of(words.begin(), words.end(), matches)) throw std::runtime_error("not in the enumeration");
   return word;
 }

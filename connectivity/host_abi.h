@@ -4,7 +4,8 @@
  * A value crosses the border as a trivially copyable 16-byte struct, by value. Blocks are a wire format: what one
  * module builds, another reads and frees. All integers are little-endian, pointers are 64 bits wide.
  *
- * Every host function may be called from any thread. None throws, and none is expected to fail unless said so.
+ * Every host function may be called from any thread. None is expected to fail unless said so;
+ * none should throw, and a plug-in survives one that does.
  */
 #ifndef CONNECTIVITY_HOST_ABI_H
 #define CONNECTIVITY_HOST_ABI_H

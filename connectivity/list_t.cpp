@@ -6,18 +6,19 @@
 
 namespace com::tallowmere::connectivity10_15_4 {
 
-list_t::list_t(std::initializer_list<data_t> values) {
+list_t::list_t(std::initializer_list<data_t> values) : list_t() {
   for (const data_t& value : values) push_back(value.copy());
 }
 
 void list_t::push_back(data_t&& value) {
+  data_t held(std::move(value));  // it may be an element of this list
   if (!block)
     block = qel_allocate_vector(2);
   else if (block->count == block->capacity)
     block = qel_reallocate_vector(block, std::max<std::uint64_t>(2, block->capacity * 2));
   data_t* place = new (elements() + block->count) data_t();
   ++block->count;
-  place->swap(value);
+  place->swap(held);
 }
 
 void list_t::reserve(std::uint64_t n) {

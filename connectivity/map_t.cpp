@@ -56,7 +56,7 @@ struct map_t::Position {
   std::uint64_t place;
 };
 
-map_t::map_t(std::uint64_t capacity, const char* name) {
+map_t::map_t(std::uint64_t capacity, const char* name) : map_t() {
   if (capacity > 0) {
     block = qel_allocate_map(std::max(capacity, smallestCapacity));
     if (block->name) qel_free_string(std::exchange(block->name, nullptr));
@@ -65,11 +65,11 @@ map_t::map_t(std::uint64_t capacity, const char* name) {
 }
 
 void map_t::setName(const char* name) {
-  char* const copied = name ? qel_copy_string(name) : nullptr;
   if (!block) {
-    if (!copied) return;
+    if (!name) return;
     block = qel_allocate_map(smallestCapacity);
   }
+  char* const copied = name ? qel_copy_string(name) : nullptr;
   if (block->name) qel_free_string(block->name);
   block->name = copied;
 }
@@ -153,11 +153,13 @@ data_t& map_t::operator[](const data_t& key) {
   Position position = locate(key, keyHash);
   if (position.found != capacity()) return valueOf(slots()[position.found]);
   position = makeRoom(key, keyHash, position);
+  data_t ownKey = key.copy();
+  data_t value = data_t().copy();
   map_slot& slot = slots()[position.place];
   ++block->count;
   slot.hash = keyHash;
-  keyOf(slot) = key.copy();
-  valueOf(slot) = data_t().copy();
+  keyOf(slot).swap(ownKey);
+  valueOf(slot).swap(value);
   return valueOf(slot);
 }
 

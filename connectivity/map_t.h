@@ -93,9 +93,6 @@ class map_t {
   /// The block as the host's operations take it; null without one. Stays the map's.
   map_header* header() const noexcept { return block; }
 
-  /// Gives the block away, or null without one.
-  map_header* disown() noexcept { return std::exchange(block, nullptr); }
-
  private:
   struct Position;
 
@@ -148,7 +145,7 @@ class map_t::basic_iterator {
 
   basic_iterator& operator++() noexcept {
     do ++index;
-    while (index < capacity && !isOccupied(slots[index]));
+    while (index < capacity && hasItsSlots() && !isOccupied(slots[index]));
     return *this;
   }
   basic_iterator operator++(int) noexcept {
@@ -171,10 +168,15 @@ class map_t::basic_iterator {
                  std::uint64_t index) noexcept
       : owner(owner), slots(slots), capacity(capacity), count(count), index(index) {}
 
+  /// Whether the slots are still those of the map: after a rebuild they are gone, and the next dereference tells.
+  bool hasItsSlots() const noexcept {
+    const map_header* block = owner->block;
+    return block && owner->slots() == slots && block->capacity == capacity;
+  }
+
   bool isValid() const noexcept {
     const map_header* block = owner->block;
-    return block ? block->capacity == capacity && block->count == count && owner->slots() == slots
-                 : slots == nullptr && count == 0;
+    return block ? block->count == count && hasItsSlots() : slots == nullptr && count == 0;
   }
 
   const map_t* owner = nullptr;

@@ -5,7 +5,8 @@
 
 namespace com::tallowmere::connectivity10_15_4 {
 
-// The order of virtual operations is part of the interface: append, never insert.
+// The order of virtual operations is part of the interface: append, never insert. Destructors may throw, as that of a
+// plug-in that derives from these may.
 
 /// The thing one calls to send towards the host. A codec's own one receives the transport's responses.
 class HostSide {

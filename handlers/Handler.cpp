@@ -86,7 +86,8 @@ void Handler::addAuthorizationUnlessCookie(Message& request) const {
   const auto found = http.find(constants.headers);
   if (found == http.end()) return addAuthorization(request);
   map_t& headers = found->second.get<map_t>();
-  if (hasText(headers, constants.authorization)) return;
+  const auto own = headers.find(constants.authorization);
+  if (own != headers.end() && !own->second.empty() && hasText(headers, constants.authorization)) return;
 
   const auto jar = http.find(constants.cookies);
   if (jar == http.end()) return addAuthorization(request);

@@ -27,7 +27,8 @@ struct HandlerServices {
 };
 
 /// Serves one host event type: turns the event into an HTTP request message, and the transport's answer to it into host
-/// events. Requests and responses come on different threads, at the same time; handlers keep no state of their own.
+/// events. Requests and responses come on different threads, at the same time; the few handlers that keep state between
+/// calls guard it with a lock of their own.
 ///
 /// The order of virtual operations is part of the interface: append, never insert.
 class Handler {
@@ -59,7 +60,8 @@ class Handler {
 
   virtual ~Handler() = default;
 
-  /// Ends a request; called once, when its record dies. The base tells the metrics. [response thread]
+  /// Ends a request; called once, when its record dies. The base tells the metrics. [response thread, or the thread
+  /// that destroys the codec]
   virtual void finishedHandling(Message& request);
 
   /// Sets the configured "tenantId", if any, in the parsed payload of a reply. [response thread]

@@ -69,9 +69,8 @@ data_t MeasurementFragmentHandler::getConcurrencyKey(const Message& request) con
 
 void MeasurementFragmentHandler::addTenantId(map_t& parsed) const {
   if (config.tenantId.empty()) return;
-  data_t& params = parsed[constants.params];
-  if (params.empty()) params = map_t();
-  params.get<map_t>()[constants.tenantId] = config.tenantId;
+  if (!parsed.contains(constants.params)) parsed[constants.params] = map_t();
+  parsed.at(constants.params).get<map_t>()[constants.tenantId] = config.tenantId;
 }
 
 }  // namespace com::tallowmere::connectivity::plugins

@@ -4,6 +4,7 @@
 #include "codec/ResponseSender.h"
 #include "codec/frame_keys.h"
 #include "connectivity/conversion.h"
+#include "connectivity/to_string.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -83,7 +84,8 @@ void RequestAllDevicesHandler::handleError(Message& response, OutstandingRequest
     text = event.getPayload().get<map_t>().at(constants.messageOfError).copy();
     responseSender.sendResponse(event);
   }
-  request.getMetadataMap()[constants.message] = std::move(text);
+  // Text for the completion event, whatever the platform's message is.
+  request.getMetadataMap()[constants.message] = text.empty() ? data_t() : data_t(to_string(text));
 }
 
 void RequestAllDevicesHandler::sendAck(std::int64_t reqId, const std::string& text, Message&) {

@@ -17,7 +17,7 @@ void SendSMSHandler::handleRequest(Message& event, BatchSender& batch) {
   const list_t receivers = std::move(payload.at(constants.address).get<list_t>());
   data_t text = std::move(payload.at(constants.messageOfSms));
   if (receivers.empty()) throw DropMessage("no receiver address is provided", event);
-  if (text == data_t("")) throw DropMessage("no message is provided", event);
+  if (text.is(Tag::string) && text.get<std::string_view>().empty()) throw DropMessage("no message is provided", event);
   payload.erase(constants.messageOfSms);
   payload.erase(constants.address);
 
@@ -37,39 +37,36 @@ void SendSMSHandler::handleRequest(Message& event, BatchSender& batch) {
   body.insert(constants.outboundSMSMessageRequest.copy(), std::move(payload));
   Message message(std::move(body), std::move(event.getMetadataMap()));
   const std::uint64_t requestNo = metrics.startRequest(message);
+  std::vector<Message> requests;
+  for (const data_t& address : addresses) requests.push_back(makeRequest(message, address));
   {
     // Before the first request goes out, so that a fast answer finds it.
     MutexLock lock(pendingLock);
-    pendingAddresses[requestNo] = addresses.size();
+    pendingAddresses[requestNo] = requests.size();
   }
-  sendToEach(message, addresses, requestNo, batch);
+  sendAll(requests, requestNo, batch);
 }
 
-void SendSMSHandler::sendToEach(const Message& message, const list_t& addresses, std::uint64_t requestNo,
-                                BatchSender& batch) {
-  std::uint64_t unsent = addresses.size();
-  try {
-    for (const data_t& address : addresses) {
-      Message request = makeRequest(message, address);
-      try {
-        batch.addMessage(request, *this);
-      } catch (...) {
-        // A request whose hand-over failed is recorded, and finishes like any other.
-        const map_t& metadata = request.getMetadataMap();
-        if (metadata.empty() || metadata.contains(constants.requestId)) --unsent;
-        throw;
-      }
+void SendSMSHandler::sendAll(std::vector<Message>& requests, std::uint64_t requestNo, BatchSender& batch) {
+  std::uint64_t unsent = requests.size();
+  for (Message& request : requests) {
+    try {
+      batch.addMessage(request, *this);
       --unsent;
+    } catch (...) {
+      // A request whose hand-over failed is recorded, and finishes like any other.
+      const map_t& metadata = request.getMetadataMap();
+      const bool isRecorded = metadata.empty() || metadata.contains(constants.requestId);
+      reducePending(requestNo, isRecorded ? unsent - 1 : unsent);
+      throw;
     }
-  } catch (...) {
-    forgetUnsent(requestNo, unsent);
-    throw;
   }
 }
 
 Message SendSMSHandler::makeRequest(const Message& message, const data_t& address) const {
   Message request = message.copy();
   map_t& body = request.getPayload().get<map_t>().at(constants.outboundSMSMessageRequest).get<map_t>();
+  // After a failed hand-over its presence tells that the request was recorded.
   request.getMetadataMap().erase(constants.requestId);
   data_t& path = request.getMetadataMap().at(constants.http).get<map_t>().at(constants.path);
   path = path.get<std::string>() + "/" + to_string(body.at(constants.senderAddress)) + "/requests";
@@ -82,7 +79,7 @@ Message SendSMSHandler::makeRequest(const Message& message, const data_t& addres
 }
 
 // The event can still finish with the requests that did go out.
-void SendSMSHandler::forgetUnsent(std::uint64_t requestNo, std::uint64_t unsent) {
+void SendSMSHandler::reducePending(std::uint64_t requestNo, std::uint64_t unsent) {
   MutexLock lock(pendingLock);
   const auto found = pendingAddresses.find(requestNo);
   if (found == pendingAddresses.end()) return;
@@ -98,9 +95,13 @@ void SendSMSHandler::finishedHandling(Message& request) {
     const auto found = pendingAddresses.find(requestNo);
     if (found == pendingAddresses.end() || --found->second != 0) return;
   }
-  metrics.requestFinished(request);
-  MutexLock lock(pendingLock);
-  pendingAddresses.erase(requestNo);
+  try {
+    metrics.requestFinished(request);
+  } catch (...) {
+    reducePending(requestNo, 0);
+    throw;
+  }
+  reducePending(requestNo, 0);
 }
 
 }  // namespace com::tallowmere::connectivity::plugins

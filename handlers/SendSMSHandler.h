@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <unordered_map>
+#include <vector>
 
 #include "connectivity/thread_annotations.h"
 #include "handlers/MessagingHandler.h"
@@ -25,10 +26,9 @@ class SendSMSHandler final : public MessagingHandler {
   void finishedHandling(Message& request) override;
 
  private:
-  list_t takeAddresses(Message& event) const;
-  void sendToEach(const Message& message, const list_t& addresses, std::uint64_t requestNo, BatchSender& batch);
+  void sendAll(std::vector<Message>& requests, std::uint64_t requestNo, BatchSender& batch);
   Message makeRequest(const Message& message, const data_t& address) const;
-  void forgetUnsent(std::uint64_t requestNo, std::uint64_t unsent) EXCLUDES(pendingLock);
+  void reducePending(std::uint64_t requestNo, std::uint64_t unsent) EXCLUDES(pendingLock);
 
   Mutex pendingLock;
   std::unordered_map<std::uint64_t, std::uint64_t> pendingAddresses GUARDED_BY(pendingLock);

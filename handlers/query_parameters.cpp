@@ -1,8 +1,6 @@
 // What is settled on the first request of a walk: the page size, whether all pages are walked, and whether the filter
 // can be rewritten for a walk in ascending id order. A filter that has an order of its own, or speaks of ids, is left
 // alone; both are found as text, wherever they stand.
-#include <cctype>
-
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"
 #include "handlers/PagedHandler.h"
@@ -14,11 +12,6 @@ namespace {
 constexpr const char* defaultPageSize = "1000";
 constexpr std::int64_t smallPageSizeBound = 51;
 constexpr std::string_view filterMark = "$filter=";
-
-std::string lowerCased(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
 
 bool contains(const std::string& text, std::string_view part) {
   return text.find(part) != std::string::npos;
@@ -36,7 +29,7 @@ void PagedHandler::addPagedQueryParams(Message& request) const {
 
   bool fetchAll = true;
   if (const auto wanted = query.find(constants.withTotalPages); wanted != query.end())
-    fetchAll = lowerCased(wanted->second.get<std::string>()) != "false";
+    fetchAll = toLowerCase(wanted->second.get<std::string>()) != "false";
 
   if (query.contains(constants.currentPage)) {
     setFetchAllPages(request, false);

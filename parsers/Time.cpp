@@ -115,7 +115,8 @@ void Time::warnOfSmallTime(const map_t& payload, const Message& request) {
   const double seconds =
       time->second.isString() ? std::atof(time->second.get<const char*>()) : time->second.get<double>();
   const std::string id = source->second.get<map_t>().at(constants.id).convert_to<std::string>();
-  if (seconds < oneYear && !id.empty() && warnedSources.insert(id).second)
+  const bool isNews = seconds < oneYear && !id.empty() && warnedSources.insert(id).second;
+  if (isNews && logger.isEnabled(Level::warn))
     logger.warn("Invalid or uninitialized timestamp in [%s]", to_string(request).c_str());
 }
 
