@@ -4,7 +4,6 @@
 #include "codec/OutstandingRequest.h"
 #include "codec/RequestMetrics.h"
 #include "codec/ResponseSender.h"
-#include "codec/frame_keys.h"
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
 
@@ -20,9 +19,8 @@ void CurrentUserHandler::handleRequest(Message& event, BatchSender& batch) {
 
 void CurrentUserHandler::handleResponse(Message& response, OutstandingRequest& request) {
   map_t user = std::move(response.getPayload().get<map_t>());
-  response.putMetadataValue(frameKeys.type.copy(), constants.typeGetCurrentUserResponse.copy());
-  response.putMetadataValue(frameKeys.channel.copy(),
-                            config.prefixQueryChannel(constants.channelFindCurrentUser.copy()));
+  address(response, constants.typeGetCurrentUserResponse,
+          config.prefixQueryChannel(constants.channelFindCurrentUser.copy()));
   time.parseTimes(user);
   map_t payload;
   payload.insert(constants.reqId.copy(), request.getMetadataMap().at(constants.reqId).copy());

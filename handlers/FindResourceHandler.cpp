@@ -6,19 +6,12 @@
 #include "codec/OutstandingRequest.h"
 #include "codec/RequestMetrics.h"
 #include "codec/ResponseSender.h"
-#include "codec/frame_keys.h"
 #include "connectivity/barrier.h"
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"
 #include "parsers/Time.h"
 
 namespace com::tallowmere::connectivity::plugins {
-
-namespace {
-
-constexpr std::int64_t statusOk = 200;
-
-}  // namespace
 
 void BasicFindHandler::handleRequest(Message& event, BatchSender& batch) {
   checkHttpMetadata(event);
@@ -36,10 +29,7 @@ void BasicFindHandler::moveIdToPath(Message& request) const {
   const auto id = query.find(constants.id);
   if (id == query.end()) return;
   const std::string text = id->second.get<std::string>();
-  if (!text.empty()) {
-    data_t& path = request.getMetadataMap().at(constants.http).get<map_t>().at(constants.path);
-    path = path.get<std::string>() + "/" + text;
-  }
+  if (!text.empty()) appendToPath(request, text);
   query.erase(constants.id);
 }
 
@@ -51,10 +41,6 @@ void BasicFindHandler::convertTimesOrAck(Message& request) {
     sendAck(reqIdOf(request), failure.what(), request);
     throw;
   }
-}
-
-std::int64_t BasicFindHandler::reqIdOf(const Message& request) const {
-  return request.getMetadataMap().at(constants.reqId).get<std::int64_t>();
 }
 
 void BasicFindHandler::handleResponse(Message& response, OutstandingRequest& request) {
@@ -105,8 +91,7 @@ std::uint64_t BasicFindHandler::parseElements(list_t& elements, std::int64_t req
 
 Message BasicFindHandler::makeResponseEvent(map_t&& parsed, std::int64_t reqId) const {
   Message event;
-  event.putMetadataValue(frameKeys.type.copy(), responseType.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), config.prefixQueryChannel(responseChannelName.copy()));
+  address(event, responseType, config.prefixQueryChannel(responseChannelName.copy()));
   addTenantId(parsed);
   map_t payload;
   payload.insert(bodyKey.copy(), std::move(parsed));
@@ -145,16 +130,14 @@ void BasicFindHandler::sendAck(std::int64_t reqId, const std::string& text, Mess
 Message BasicFindHandler::makeFinalEvent(std::int64_t reqId, const data_t& textKey, const std::string& text,
                                          const Message& request) const {
   const map_t& metadata = request.getMetadataMap();
-  const auto status = metadata.find(constants.statusCode);
   map_t payload;
   payload.insert(constants.error.copy(), metadata.contains(constants.sentError));
-  payload.insert(constants.statusCode.copy(), status == metadata.end() ? statusOk : status->second.get<std::int64_t>());
+  payload.insert(constants.statusCode.copy(), keptStatusCode(request));
   payload.insert(textKey.copy(), text);
   payload.insert(constants.reqId.copy(), reqId);
 
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type.copy(), completionType.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), config.prefixQueryChannel(responseChannelName.copy()));
+  address(event, completionType, config.prefixQueryChannel(responseChannelName.copy()));
   return event;
 }
 

@@ -60,8 +60,6 @@ class BasicFindHandler : public PagedHandler {
   /// Converts the times of a request; when that fails, sends the final event before the exception goes on.
   void convertTimesOrAck(Message& request);
 
-  std::int64_t reqIdOf(const Message& request) const;
-
   const data_t& responseType;
   const data_t& completionType;
   const data_t& responseChannelName;

@@ -4,7 +4,6 @@
 #include "codec/OutstandingRequest.h"
 #include "codec/RequestMetrics.h"
 #include "codec/ResponseSender.h"
-#include "codec/frame_keys.h"
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
 
@@ -12,7 +11,6 @@ namespace com::tallowmere::connectivity::plugins {
 
 namespace {
 
-constexpr std::int64_t statusOk = 200;
 constexpr std::string_view optionCollectionMark = "optioncollection";
 
 }  // namespace
@@ -60,7 +58,7 @@ void FindTenantOptionsHandler::handleResponse(Message& response, OutstandingRequ
 }
 
 std::uint64_t FindTenantOptionsHandler::handlePage(Message& response, OutstandingRequest& request) {
-  const std::int64_t reqId = request.getMetadataMap().at(constants.reqId).get<std::int64_t>();
+  const std::int64_t reqId = reqIdOf(request);
   list_t collected = takeOptions(reqId);
   try {
     const std::uint64_t count = collect(response, request, collected);
@@ -122,17 +120,15 @@ void FindTenantOptionsHandler::keepOptions(std::int64_t reqId, list_t&& collecte
 }
 
 void FindTenantOptionsHandler::finishedHandling(Message& request) {
-  const map_t& metadata = request.getMetadataMap();
-  const std::int64_t reqId = metadata.at(constants.reqId).get<std::int64_t>();
-  const auto status = metadata.find(constants.statusCode);
+  const std::int64_t reqId = reqIdOf(request);
   map_t payload;
   payload.insert(constants.reqId.copy(), reqId);
   payload.insert(constants.optionsOfTenant.copy(), takeOptions(reqId));
-  payload.insert(constants.statusCode.copy(), status == metadata.end() ? statusOk : status->second.get<std::int64_t>());
+  payload.insert(constants.statusCode.copy(), keptStatusCode(request));
 
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type.copy(), constants.typeFindTenantOptionsResponse.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), config.prefixQueryChannel(constants.channelFindTenant.copy()));
+  address(event, constants.typeFindTenantOptionsResponse,
+          config.prefixQueryChannel(constants.channelFindTenant.copy()));
   responseSender.sendResponse(event);
   metrics.requestFinished(request);
 }

@@ -4,7 +4,6 @@
 #include "codec/OutstandingRequest.h"
 #include "codec/RequestMetrics.h"
 #include "codec/ResponseSender.h"
-#include "codec/frame_keys.h"
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"
 #include "parsers/error_response.h"
@@ -19,21 +18,19 @@ void GenericRequestHandler::handleRequest(Message& event, BatchSender& batch) {
     addPagedQueryParams(event);
   else
     setFetchAllPages(event, false);
-  moveIdToPath(event);
+  takeIdToPath(event);
   convertTimesOrAck(event);
   metrics.startRequest(event);
   batch.addMessage(event, *this);
 }
 
-void GenericRequestHandler::moveIdToPath(Message& request) const {
+void GenericRequestHandler::takeIdToPath(Message& request) const {
   map_t& query = queryStringOf(request);
   const auto id = query.find(constants.id);
   if (id == query.end()) return;
   const std::string text = id->second.convert_to<std::string>();
   query.erase(id);
-  if (text.empty()) return;
-  data_t& path = request.getMetadataMap().at(constants.http).get<map_t>().at(constants.path);
-  path = path.get<std::string>() + "/" + text;
+  if (!text.empty()) appendToPath(request, text);
 }
 
 // A body that is no map has no elements: its text goes out with the final event.
@@ -67,8 +64,7 @@ Message GenericRequestHandler::makeResponseEvent(map_t&& parsed, std::int64_t re
   map_t payload;
   payload.insert(bodyKey.copy(), std::move(parsed));
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type.copy(), responseType.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), config.prefixQueryChannel(responseChannelName.copy()));
+  address(event, responseType, config.prefixQueryChannel(responseChannelName.copy()));
   event.putMetadataValue(constants.reqId.copy(), reqId);
   return event;
 }

@@ -23,7 +23,7 @@ class GenericRequestHandler final : public FindResourceHandler<genericParser> {
   void sendAck(std::int64_t reqId, const std::string& text, Message& request) override;
 
  private:
-  void moveIdToPath(Message& request) const;
+  void takeIdToPath(Message& request) const;
 };
 
 }  // namespace com::tallowmere::connectivity::plugins

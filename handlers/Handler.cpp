@@ -2,6 +2,7 @@
 
 #include "codec/RequestMetrics.h"
 #include "codec/exceptions.h"
+#include "codec/frame_keys.h"
 #include "connectivity/conversion.h"
 #include "parsers/error_response.h"
 
@@ -98,6 +99,11 @@ void Handler::addAuthorizationUnlessCookie(Message& request) const {
   cookies.erase(constants.authorization);
   headers.erase(constants.headerXsrfToken);
   addAuthorization(request);
+}
+
+void Handler::address(Message& event, const data_t& type, data_t channel) {
+  event.putMetadataValue(frameKeys.type.copy(), type.copy());
+  event.putMetadataValue(frameKeys.channel.copy(), std::move(channel));
 }
 
 bool Handler::requiresResponse(const Message& request) const {

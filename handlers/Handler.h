@@ -91,6 +91,9 @@ class Handler {
   /// pair is taken out.
   void addAuthorizationUnlessCookie(Message& request) const;
 
+  /// Sets "qel.type" and "qel.channel" of an event for the host.
+  static void address(Message& event, const data_t& type, data_t channel);
+
   /// Whether the request's metadata says that the application awaits a reply.
   bool requiresResponse(const Message& request) const;
 

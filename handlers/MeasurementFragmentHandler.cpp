@@ -4,7 +4,6 @@
 #include "codec/RequestMetrics.h"
 #include "codec/exceptions.h"
 #include "connectivity/conversion.h"
-#include "handlers/MeasurementHandler.h"
 #include "parsers/Time.h"
 
 namespace com::tallowmere::connectivity::plugins {

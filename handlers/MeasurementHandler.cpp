@@ -68,13 +68,4 @@ data_t MeasurementHandler::getConcurrencyKey(const Message& request) const {
   return getMeasurementKey(request, constants);
 }
 
-data_t getMeasurementKey(const Message& request, const DataConstants& constants) {
-  const data_t& contentType = request.getMetadataMap().at(constants.contentType);
-  if (contentType == constants.mediaTypeMeasurementCollection) return "";
-  const map_t& payload = request.getPayload().get<map_t>();
-  const auto source = payload.find(constants.source);
-  if (source == payload.end()) return {};
-  return source->second.get<map_t>().at(constants.id).copy();
-}
-
 }  // namespace com::tallowmere::connectivity::plugins

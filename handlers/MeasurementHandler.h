@@ -24,9 +24,4 @@ class MeasurementHandler final : public ResourceHandler<measurementParser, getId
   FieldNames unitFields;
 };
 
-/// The ordering key of a measurement request: the empty string for a collection, else the "id" of its source, else
-/// nothing. Throws std::runtime_error "Element not in map" without a content type, or for a source without "id".
-/// [request thread]
-data_t getMeasurementKey(const Message& request, const DataConstants& constants);
-
 }  // namespace com::tallowmere::connectivity::plugins

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "handlers/Handler.h"
 
@@ -40,11 +41,20 @@ class PagedHandler : public Handler {
   /// Rewrites a plain filter so that the walk can go on by id, and tells whether it did.
   bool optimizeQuery(Message& request) const;
 
-  /// The request's "http.queryString".
+  /// Puts "/" and the text behind "http.path".
+  void appendToPath(Message& request, const std::string& text) const;
+
+  // What follows works on any request of a walk. [request thread, response thread]
+
+  /// The request's "http.queryString". Throws std::runtime_error "Get from empty" without one.
   map_t& queryStringOf(Message& request) const;
 
-  /// Puts "http.statusCode" of the response into the request's metadata.
+  /// The request's "reqId". Throws std::runtime_error "Element not in map" without one.
+  std::int64_t reqIdOf(const Message& request) const;
+
+  /// Puts "http.statusCode" of the response into the request's metadata, and reads it there: 200 without one.
   void keepStatusCode(const Message& response, Message& request) const;
+  std::int64_t keptStatusCode(const Message& request) const;
 
   RequestSender& requestSender;
 

@@ -62,8 +62,7 @@ data_t RequestAllDevicesHandler::takeChannel(std::int64_t reqId) {
 
 Message RequestAllDevicesHandler::makeResponseEvent(map_t&& parsed, std::int64_t reqId) const {
   Message event;
-  event.putMetadataValue(frameKeys.type.copy(), responseType.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), channelOf(reqId));
+  address(event, responseType, channelOf(reqId));
   addTenantId(parsed);
   event.setPayload(std::move(parsed));
   return event;
@@ -93,8 +92,7 @@ void RequestAllDevicesHandler::sendAck(std::int64_t reqId, const std::string& te
   payload.insert(constants.reqId.copy(), reqId);
   if (!text.empty()) payload.insert(messageKey().copy(), text);
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type.copy(), completionType.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), config.prefixNotificationChannel(takeChannel(reqId)));
+  address(event, completionType, config.prefixNotificationChannel(takeChannel(reqId)));
   responseSender.sendResponse(event);
 }
 

@@ -18,4 +18,9 @@ data_t getIdFromField(const Message& request, const data_t& keyField, const Data
 /// `keyField` plays no part. [any thread]
 data_t getManagedObjectId(const Message& request, const data_t& keyField, const DataConstants& constants);
 
+/// The ordering key of a measurement request: the empty string for a collection, else the "id" of its source, else
+/// nothing. Throws std::runtime_error "Element not in map" without a content type, or for a source without "id".
+/// [request thread]
+data_t getMeasurementKey(const Message& request, const DataConstants& constants);
+
 }  // namespace com::tallowmere::connectivity::plugins

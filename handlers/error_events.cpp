@@ -14,7 +14,7 @@ void Handler::logErrorResponse(const Message& response, const Message& request) 
   logger.error(
       "Marlovance returned error \"%I64d %s\" while performing \"%s %s\" (params: %s); request payload is %s; response "
       "payload is: %s",
-      exchange.statusCode, indentNewlines(exchange.statusReason(response, constants)).c_str(), exchange.method.c_str(),
+      exchange.statusCode, indentNewlines(statusReasonOf(response, constants)).c_str(), exchange.method.c_str(),
       exchange.path.c_str(), exchange.params.empty() ? "None" : exchange.params.c_str(),
       indentNewlines(to_string(request.getPayload())).c_str(),
       indentNewlines(to_string(response.getPayload())).c_str());
@@ -47,8 +47,7 @@ Message Handler::makeFailureEvent(const data_t& type, const data_t& channel, con
   payload.insert(constants.reqId.copy(), request.getMetadataMap().at(constants.reqId).copy());
 
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type.copy(), type.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), config.prefixQueryChannel(channel.copy()));
+  address(event, type, config.prefixQueryChannel(channel.copy()));
   return event;
 }
 

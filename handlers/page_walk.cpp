@@ -8,8 +8,7 @@
 //
 //   by number  the platform is asked for currentPage + 1
 //   by id      for queries that were rewritten: the same filter, restricted to ids above the last one seen. The
-//   platform
-//              then counts only what remains, so a short page alone ends the walk.
+//              platform then counts only what remains, so a short page alone ends the walk.
 //
 // Ids are read only from pages of two and more: a walk by id with a page size of 1 asks for the same page again.
 //
@@ -27,6 +26,7 @@ namespace com::tallowmere::connectivity::plugins {
 namespace {
 
 constexpr std::string_view collectionMark = "collection";
+constexpr std::int64_t statusOk = 200;
 
 }  // namespace
 
@@ -82,7 +82,7 @@ void PagedHandler::handleResponse(Message& response, OutstandingRequest& request
 
 void PagedHandler::fetchNextNumber(OutstandingRequest& request, std::uint64_t count, std::int64_t currentPage,
                                    std::int64_t totalPages) const {
-  const std::int64_t reqId = request.getMetadataMap().at(constants.reqId).get<std::int64_t>();
+  const std::int64_t reqId = reqIdOf(request);
   if (currentPage >= totalPages) return;
   queryStringOf(request)[constants.currentPage] = currentPage + 1;
   logger.debug("Got %lu response(s) in page %li with reqId=%li and totalPages=%li", count, currentPage, reqId,
@@ -93,7 +93,7 @@ void PagedHandler::fetchNextNumber(OutstandingRequest& request, std::uint64_t co
 void PagedHandler::fetchNextIds(OutstandingRequest& request, std::uint64_t count, const data_t& firstId,
                                 const data_t& lastId, const map_t& statistics) const {
   map_t& metadata = request.getMetadataMap();
-  const std::int64_t reqId = metadata.at(constants.reqId).get<std::int64_t>();
+  const std::int64_t reqId = reqIdOf(request);
   const std::string last = lastId.get<std::string>();
   const std::string baseFilter = metadata.at(constants.originalQuery).get<std::string>();
   std::string filter = "$filter=((" + baseFilter + ") and (_id gt '" + last + "')) $orderby=_id asc";
@@ -113,6 +113,16 @@ void PagedHandler::fetchNext(OutstandingRequest& request) const {
 void PagedHandler::keepStatusCode(const Message& response, Message& request) const {
   const map_t& http = response.getMetadataMap().at(constants.http).get<map_t>();
   request.getMetadataMap()[constants.statusCode] = http.at(constants.statusCode).get<std::int64_t>();
+}
+
+std::int64_t PagedHandler::keptStatusCode(const Message& request) const {
+  const map_t& metadata = request.getMetadataMap();
+  const auto status = metadata.find(constants.statusCode);
+  return status == metadata.end() ? statusOk : status->second.get<std::int64_t>();
+}
+
+std::int64_t PagedHandler::reqIdOf(const Message& request) const {
+  return request.getMetadataMap().at(constants.reqId).get<std::int64_t>();
 }
 
 list_t* firstListIn(map_t& payload) {

@@ -23,6 +23,11 @@ map_t& PagedHandler::queryStringOf(Message& request) const {
   return request.getMetadataMap().at(constants.http).get<map_t>()[constants.queryString].get<map_t>();
 }
 
+void PagedHandler::appendToPath(Message& request, const std::string& text) const {
+  data_t& path = request.getMetadataMap().at(constants.http).get<map_t>().at(constants.path);
+  path = path.get<std::string>() + "/" + text;
+}
+
 void PagedHandler::addPagedQueryParams(Message& request) const {
   map_t& query = queryStringOf(request);
   if (!query.contains(constants.pageSize)) query[constants.pageSize] = defaultPageSize;

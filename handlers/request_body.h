@@ -1,6 +1,7 @@
 // From an event's payload to a request's body, in place.
 #pragma once
 
+#include <initializer_list>
 #include <vector>
 
 #include "connectivity/Logger.h"

@@ -23,7 +23,7 @@ FailedExchange::FailedExchange(const Message& response, const Message& request, 
   if (const auto query = http.find(constants.queryString); query != http.end()) params = to_string(query->second);
 }
 
-std::string FailedExchange::statusReason(const Message& response, const DataConstants& constants) const {
+std::string statusReasonOf(const Message& response, const DataConstants& constants) {
   const map_t& http = httpOf(response, constants);
   const auto reason = http.find(constants.statusReason);
   return reason == http.end() ? std::string() : reason->second.get<std::string>();

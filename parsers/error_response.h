@@ -17,14 +17,14 @@ extern const data_t errorMediaType;
 struct FailedExchange {
   FailedExchange(const Message& response, const Message& request, const DataConstants& constants);
 
-  /// The response's "http.statusReason", or nothing.
-  std::string statusReason(const Message& response, const DataConstants& constants) const;
-
   std::int64_t statusCode;
   std::string method;
   std::string path;
   std::string params;  ///< the query string rendered, or nothing
 };
+
+/// The response's "http.statusReason", or nothing. Throws std::runtime_error when it is no string. [response thread]
+std::string statusReasonOf(const Message& response, const DataConstants& constants);
 
 /// The "message" of a body of the error media type, or nothing. Throws std::runtime_error when such a body is no map or
 /// its message no string. [response thread]
