@@ -62,7 +62,9 @@ void PagedHandler::handleResponse(Message& response, OutstandingRequest& request
     logger.error("Got no statistics from marlovance");
     return;
   }
-  if (count < static_cast<std::uint64_t>(pageSize)) return;
+  const bool isShort = count < static_cast<std::uint64_t>(pageSize);
+  // With a page size of 0 no page is short: by id, an empty one is the last.
+  if (isShort || (idContinuation && count == 0)) return;
 
   std::int64_t totalPages;
   if (const auto known = metadata.find(constants.totalPages); known != metadata.end()) {
