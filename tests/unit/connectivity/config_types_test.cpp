@@ -3,6 +3,7 @@
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <cstdint>
+#include <locale>
 #include <ostream>
 #include <string>
 #include <tuple>
@@ -159,6 +160,18 @@ TEST(ConfigConversionTest, FailsWithAReasonOfItsOwnBeforeItIsReplaced) {
   EXPECT_EQ(failureOf([] { return product::Conversion<Enumeration<Modes>>::convert(text("never")); }),
             "not in the enumeration");
   EXPECT_THROW(product::Conversion<std::int64_t>::convert(text("5x")), boost::bad_lexical_cast);
+}
+
+struct Grouping : std::numpunct<char> {
+  char do_thousands_sep() const override { return ','; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(ConfigTypesTest, IntegersAreReadAlikeWhateverTheLocale) {
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+  const std::string failure = failureOfExtracting(R"({"k": "1,000"})", Integer{plain("k"), true, 0});
+  std::locale::global(before);
+  EXPECT_EQ(failure, "MarlovanceCodec configuration k must be an integer");
 }
 
 }  // namespace

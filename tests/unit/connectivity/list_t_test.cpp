@@ -29,6 +29,12 @@ list_t numbers(std::int64_t count) {
   return list;
 }
 
+TEST(ListTest, TakesOneOfItsOwnElementsWhenItGrows) {
+  list_t list = numbers(2);
+  list.push_back(std::move(list[1]));
+  EXPECT_EQ(toJson(list), "[0,null,1]");
+}
+
 TEST(ListTest, HasNoBlockByDefault) {
   TestHost::forgetCalls();
   const list_t list;

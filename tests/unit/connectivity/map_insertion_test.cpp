@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -25,6 +26,17 @@ TEST(MapInsertionTest, InsertsAnEmptyValueByIndex) {
   const data_t key("b");
   EXPECT_TRUE(map[key].empty());
   EXPECT_EQ(toJson(map), R"({"a":null,"b":null})");
+}
+
+TEST(MapInsertionTest, LeavesTheMapAsItWasWhenTheKeyCannotBeCopied) {
+  map_t map;
+  map["a"] = "first";
+  const data_t key("b");
+  TestHost::throwFrom(HostCall::qel_copy_data, [] { throw std::runtime_error("no memory"); });
+  EXPECT_EQ(failureOf([&] { map[key] = true; }), "no memory");
+  TestHost::throwFrom(HostCall::qel_copy_data, nullptr);
+  EXPECT_EQ(map.size(), 1u);
+  EXPECT_EQ(toJson(map.copy()), R"({"a":"first"})");
 }
 
 TEST(MapInsertionTest, KeepsKeyValueAndHashOfAnExistingEntryByIndex) {

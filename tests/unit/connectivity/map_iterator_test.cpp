@@ -153,6 +153,14 @@ TEST(MapIteratorTest, IsNotCheckedWhenItIsIncremented) {
   EXPECT_EQ(failureOf([&] { position++; }), none);
 }
 
+TEST(MapIteratorTest, IsReportedAfterTheTableHasBeenRebuilt) {
+  map_t map = numbers(7);
+  auto position = map.begin();
+  map["eighth"] = true;
+  EXPECT_EQ(failureOf([&] { ++position; }), none);
+  EXPECT_EQ(failureOf([&] { map.erase(position); }), invalidated);
+}
+
 TEST(MapIteratorTest, ErasesThroughNoInvalidIterator) {
   map_t map = numbers(2);
   const auto position = map.begin();
