@@ -151,29 +151,7 @@ TEST_F(AlarmRequestTest, RefusesAPathWithoutATextForm) {
             "Trying to parse from incorrect type (actually list)");
 }
 
-// ---------------------------------------------------------------------------------------- what leaves a body
-
-TEST_F(AlarmRequestTest, LosesTheFieldsThatAreForTheHostAlone) {
-  EXPECT_EQ(bodyOf(alarm(R"({".kelvo_notificationType": "n", "source.name": "n", "source.value": "v", "source.id": "i",
-                             "source.self": "s", "source.type": "t", "source.other": "o", "source": {"id": "10"}})")),
-            json(R"({"source.other": "o", "source": {"id": "10"}})"));
-}
-
-TEST_F(AlarmRequestTest, KeepsAZeroAndAFalse) {
-  constexpr const char* payload = R"({"text": 0, "status": false, "severity": 0.0})";
-  EXPECT_EQ(bodyOf(alarm(payload)), json(payload));
-}
-
-TEST_F(AlarmRequestTest, TellsOfEachEmptyField) {
-  EXPECT_EQ(bodyOf(alarm(R"({"severity": "", "text": ""})")), "{}");
-  const Texts lines = takeLogs(debugLevel);
-  ASSERT_GE(lines.size(), 2u);
-  EXPECT_EQ((Texts{lines[0], lines[1]}), (Texts{"Removing \"text\" field", "Removing \"severity\" field"}));
-}
-
-TEST_F(AlarmRequestTest, LosesAnEmptyTimeBeforeItIsConverted) {
-  EXPECT_EQ(bodyOf(alarm(R"({"time": "", "source": "10"})")), json(R"({"source": "10"})"));
-}
+// ---------------------------------------------------------------------------------------- times
 
 TEST_F(AlarmRequestTest, ConvertsATimeThatAnUpdateDropsAfterwards) {
   EXPECT_EQ(refusalOf(alarm(R"({"id": "5", "time": "soon"})")),
@@ -183,87 +161,6 @@ TEST_F(AlarmRequestTest, ConvertsATimeThatAnUpdateDropsAfterwards) {
 TEST_F(AlarmRequestTest, ConvertsTheTimesOfItsQueryString) {
   send(alarm("{}").query("dateFrom", "1.5"));
   EXPECT_EQ(takeRequest().http("queryString"), json(R"({"dateFrom": "1970-01-01T00:00:01.500Z"})"));
-}
-
-struct Body {
-  const char* name;  ///< of the test
-  const char* type;
-  const char* id;  ///< as JSON
-  const char* dropped;
-};
-
-void PrintTo(const Body& body, std::ostream* out) {
-  *out << body.name;
-}
-
-/// The payload as JSON, without some of its entries.
-std::string without(std::string_view names, std::string_view payload) {
-  boost::json::value document = parseJson(payload);
-  const boost::json::value list = parseJson(names);
-  for (const auto& name : list.as_array()) document.as_object().erase(name.as_string());
-  return textOf(document);
-}
-
-class BodyTest : public ResourceRequestTest, public testing::WithParamInterface<Body> {
- protected:
-  std::string sent(std::string_view payload) {
-    use(GetParam().type);
-    boost::json::value document = parseJson(payload);
-    document.as_object()["id"] = parseJson(GetParam().id);
-    return bodyOf(event("/p").payload(textOf(document)));
-  }
-};
-
-class FullBodyTest : public BodyTest {};
-
-TEST_P(FullBodyTest, LosesTheFieldsThatDoNotBelongToTheMethod) {
-  constexpr const char* payload = R"({"source": {"id": "10"}, "deviceId": "20", "type": "t", "text": "x",
-      "time": "1600000000.25", "status": "s", "severity": "MAJOR", "delivery": {"status": "d"}, "name": "n",
-      "q4v_Position": {"lat": 1.5}, "q4v_SupportedMeasurements": ["m"], "q4v_SupportedOperations": ["o"],
-      "other": {"a": []}})";
-  boost::json::value converted = parseJson(payload);
-  converted.as_object()["time"] = "2020-09-13T12:26:40.250Z";
-  EXPECT_EQ(sent(payload), without(GetParam().dropped, textOf(converted)));
-}
-
-INSTANTIATE_TEST_SUITE_P(Types, FullBodyTest,
-                         testing::Values(Body{"ManagedObjectCreate", "ManagedObject", R"("")", "[]"},
-                                         Body{"ManagedObjectUpdate", "ManagedObject", R"("5")", "[]"},
-                                         Body{"AlarmCreate", "Alarm", R"("")", "[]"},
-                                         Body{"AlarmUpdate", "Alarm", R"("5")", R"(["type", "time"])"},
-                                         Body{"EventCreate", "Event", R"("")", "[]"},
-                                         Body{"EventUpdate", "Event", R"("5")", R"(["source", "type", "time"])"},
-                                         Body{"OperationCreate", "Operation", R"("")", R"(["status"])"},
-                                         Body{"OperationUpdate", "Operation", R"("5")", R"(["deviceId", "delivery"])"}),
-                         NameOfCase());
-
-class EmptyBodyTest : public BodyTest {};
-
-TEST_P(EmptyBodyTest, LosesItsTypesFieldsThatAreEmpty) {
-  constexpr const char* payload = R"({"source": "", "deviceId": "", "type": "", "text": "", "status": "",
-      "severity": "", "delivery": "", "name": "", "q4v_Position": {}, "q4v_SupportedMeasurements": [],
-      "q4v_SupportedOperations": [], "other": "", "creationTime": ""})";
-  EXPECT_EQ(sent(payload), without(GetParam().dropped, payload));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Types, EmptyBodyTest,
-    testing::Values(Body{"ManagedObjectCreate", "ManagedObject", R"("")",
-                         R"(["name", "type", "q4v_Position", "q4v_SupportedMeasurements", "q4v_SupportedOperations"])"},
-                    Body{"ManagedObjectUpdate", "ManagedObject", R"("5")",
-                         R"(["name", "type", "q4v_Position", "q4v_SupportedMeasurements", "q4v_SupportedOperations"])"},
-                    Body{"AlarmCreate", "Alarm", R"("")", R"(["source", "type", "text", "status", "severity"])"},
-                    Body{"AlarmUpdate", "Alarm", R"("5")", R"(["source", "type", "text", "status", "severity"])"},
-                    Body{"EventCreate", "Event", R"("")", R"(["source", "type", "text"])"},
-                    Body{"EventUpdate", "Event", R"("5")", R"(["source", "type", "text"])"},
-                    Body{"OperationCreate", "Operation", R"("")", R"(["deviceId", "status"])"},
-                    Body{"OperationUpdate", "Operation", R"("5")", R"(["deviceId", "status", "delivery"])"}),
-    NameOfCase());
-
-TEST_F(ResourceRequestTest, SaysNothingOfAManagedObjectWithoutAName) {
-  use("ManagedObject");
-  send(event("/p").payload(R"({"q4v_Position": {}})"));
-  EXPECT_EQ(takeLogs(debugLevel).front(), "Removing \"q4v_Position\" field");
 }
 
 // ---------------------------------------------------------------------------------------- refusals and counting
