@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 
 #include "connectivity/barrier.h"
@@ -26,10 +27,16 @@ struct FreeHostBlock {
   void operator()(char* block) const noexcept { Platform::kv_free(block); }
 };
 
-std::string utf8Of(icu::UnicodeString& text) {
-  const std::unique_ptr<char, FreeHostBlock> utf8(
-      kv_getUTF8(reinterpret_cast<const std::uint16_t*>(text.getTerminatedBuffer())));
-  return utf8.get();
+/// The moment as text, or nothing when ICU can't.
+std::optional<std::string> textOf(double millis, const icu::SimpleDateFormat& formatter, UErrorCode& status) {
+  status = U_ZERO_ERROR;
+  icu::UnicodeString text;
+  static_cast<const icu::Format&>(formatter).format(icu::Formattable(millis), text, status);
+  if (U_FAILURE(status)) return std::nullopt;
+  const char16_t* const utf16 = text.getTerminatedBuffer();
+  if (!utf16) return std::nullopt;  // there was no memory for it
+  const std::unique_ptr<char, FreeHostBlock> utf8(kv_getUTF8(reinterpret_cast<const std::uint16_t*>(utf16)));
+  return std::string(utf8.get());
 }
 
 std::vector<data_t> names(std::initializer_list<const char*> texts) {
@@ -67,8 +74,11 @@ Time::Time(const DataConstants& constants, const Logger& logger)
       queryTimeFields(names({"time", "dateTo", "dateFrom", "createdFrom", "createdTo"})),
       parsedTimeFields(names({"time", "creationTime", "lastUpdated", "firstOccurrenceTime"})),
       formatter(formatPattern, icu::Locale::getEnglish(), formatterStatus),
+      formatterIsWhole(U_SUCCESS(formatterStatus)),
       parser(formatPattern, icu::Locale::getEnglish(), parserStatus),
+      parserIsWhole(U_SUCCESS(parserStatus)),
       utcFormatter(utcFormatPattern, icu::Locale::getEnglish(), utcFormatterStatus),
+      utcFormatterIsWhole(U_SUCCESS(utcFormatterStatus)),
       logger(logger),
       constants(constants) {
   if (U_FAILURE(formatterStatus))
@@ -124,11 +134,8 @@ void Time::convertQueryTime(map_t& map, const data_t& key) {
   const auto found = map.find(key);
   if (found == map.end()) return;
   const double seconds = secondsOf(found->second, key);
-  formatterStatus = U_ZERO_ERROR;
-  icu::UnicodeString text;
-  static_cast<icu::Format&>(formatter).format(icu::Formattable(seconds * millisPerSecond), text, formatterStatus);
-  if (U_FAILURE(formatterStatus)) return;
-  found->second = utf8Of(text);
+  if (!formatterIsWhole) return;
+  if (const auto text = textOf(seconds * millisPerSecond, formatter, formatterStatus)) found->second = *text;
 }
 
 void Time::parseTimes(map_t& document) {
@@ -150,9 +157,11 @@ double Time::parseSeconds(const data_t& value, const char* key) {
       return 0.0;
     }
     const char* const text = value.get<const char*>();
-    parserStatus = U_ZERO_ERROR;
-    const UDate millis = parser.parse(icu::UnicodeString::fromUTF8(text), parserStatus);
-    if (U_SUCCESS(parserStatus)) return millis / millisPerSecond;
+    if (parserIsWhole) {
+      parserStatus = U_ZERO_ERROR;
+      const UDate millis = parser.parse(icu::UnicodeString::fromUTF8(text), parserStatus);
+      if (U_SUCCESS(parserStatus)) return millis / millisPerSecond;
+    }
     logger.debug("Failed to parse field '%s' with value %s: error code %d", key, text, static_cast<int>(parserStatus));
   } catch (const std::exception& failure) {
     swallow([&] {
@@ -166,14 +175,10 @@ double Time::parseSeconds(const data_t& value, const char* key) {
 
 std::string Time::formatNow() {
   MutexLock lock(utcMutex);
-  utcFormatterStatus = U_ZERO_ERROR;
-  icu::UnicodeString text;
-  static_cast<icu::Format&>(utcFormatter).format(icu::Formattable(icu::Calendar::getNow()), text, utcFormatterStatus);
-  if (U_FAILURE(utcFormatterStatus)) {
-    logger.error("Unable to format time");
-    return {};
-  }
-  return utf8Of(text);
+  if (utcFormatterIsWhole)
+    if (auto text = textOf(icu::Calendar::getNow(), utcFormatter, utcFormatterStatus)) return *std::move(text);
+  logger.error("Unable to format time");
+  return {};
 }
 
 }  // namespace com::tallowmere::connectivity::plugins

@@ -58,11 +58,15 @@ class Time {
   std::vector<data_t> parsedTimeFields;
   UErrorCode formatterStatus = U_ZERO_ERROR;  ///< of the request thread
   icu::SimpleDateFormat formatter;
+  const bool
+      formatterIsWhole;  ///< whether it was made without failure: ICU does not survive the use of one that wasn't
   UErrorCode parserStatus = U_ZERO_ERROR;  ///< of the response thread
   icu::SimpleDateFormat parser;
+  const bool parserIsWhole;
   Mutex utcMutex;
   UErrorCode utcFormatterStatus GUARDED_BY(utcMutex) = U_ZERO_ERROR;
   icu::SimpleDateFormat utcFormatter GUARDED_BY(utcMutex);
+  const bool utcFormatterIsWhole;
   const Logger& logger;
   std::unordered_set<std::string> warnedSources;  ///< of the request thread; never trimmed
   const DataConstants& constants;

@@ -103,7 +103,8 @@ void reshapePosition(map_t& document) {
     const std::string name = key.get<std::string>();
     if (belongsToPosition(value)) continue;
     moved[data_t(keys.from.get<std::string>() + "." + name)] = std::move(value);
-    leaving.push_back(key.copy());
+    // The copy of a borrowed key may be an owned one, which is another key.
+    leaving.push_back(key.is(Tag::borrowedString) ? data_t::adopt(key.view()) : key.copy());
   }
   for (const data_t& key : leaving) positionMap.erase(key);
 
