@@ -1,7 +1,6 @@
 // Requests and responses at once, as in a running chain.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 

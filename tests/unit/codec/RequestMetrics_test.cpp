@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <optional>
 #include <thread>
-#include <utility>
 
 #include "tests/unit/codec/CodecParts.h"
 #include "tests/unit/codec/WaitingThread.h"

@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <stdexcept>
-#include <utility>
 
 #include "tests/unit/codec/CodecParts.h"
 
