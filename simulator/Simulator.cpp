@@ -11,6 +11,7 @@
 #include "simulator/resources/Alarms.h"
 #include "simulator/resources/Events.h"
 #include "simulator/resources/ManagedObjects.h"
+#include "simulator/resources/Measurements.h"
 #include "simulator/resources/Operations.h"
 
 namespace simulator {
@@ -57,6 +58,7 @@ class Simulator::Impl final : public RequestHandler {
     router.add(std::make_unique<Alarms>(workplace));
     router.add(std::make_unique<Events>(workplace));
     router.add(std::make_unique<Operations>(workplace));
+    router.add(std::make_unique<Measurements>(workplace));
     router.add(std::make_unique<AdminRoutes>(store, faults, journal));
     server.serve(*this);
   }

@@ -39,7 +39,7 @@ class Simulator {
   /// The address as "http://127.0.0.1:PORT", without a slash at the end.
   std::string url() const;
 
-  /// Resources in the store by kind: "managed objects", "alarms", "events", "operations".
+  /// Resources in the store by kind: "managed objects", "alarms", "events", "operations", "measurements".
   std::map<std::string, std::int64_t> counts() const;
 
   /// Requests that were answered so far, refusals included; a fault that sends no answer doesn't count.

@@ -7,19 +7,25 @@ namespace simulator {
 Store::Statements::Statements(Database& database, const std::string& table)
     : insert(database, "INSERT INTO " + table + " (id, document) VALUES (?1, ?2)"),
       update(database, "UPDATE " + table + " SET document = ?2 WHERE id = ?1"),
+      remove(database, "DELETE FROM " + table + " WHERE id = ?1"),
       find(database, "SELECT document FROM " + table + " WHERE id = ?1"),
       page(database, "SELECT id, document FROM " + table + " ORDER BY id LIMIT ?1 OFFSET ?2"),
       count(database, "SELECT count(*) FROM " + table) {}
 
 Store::Store(const std::string& path)
     : database(path, schema, schemaVersion),
-      statements{{{database, "managed_objects"}, {database, "alarms"}, {database, "events"}, {database, "operations"}}},
+      statements{{{database, "managed_objects"},
+                  {database, "alarms"},
+                  {database, "events"},
+                  {database, "operations"},
+                  {database, "measurements"}}},
       readNextId(database, "SELECT value FROM next_id"),
       raiseNextId(database, "UPDATE next_id SET value = value + 1"),
       findActiveAlarm(database,
                       "SELECT id, document FROM alarms "
                       "WHERE source = ?1 AND type = ?2 AND status = 'ACTIVE' ORDER BY id LIMIT 1"),
       insertChild(database, "INSERT OR IGNORE INTO children (relation, parent, child) VALUES (?1, ?2, ?3)"),
+      removeRelationsOf(database, "DELETE FROM children WHERE parent = ?1 OR child = ?1"),
       findChildren(database,
                    "SELECT relation, child, name FROM children JOIN managed_objects ON id = child "
                    "WHERE parent = ?1 ORDER BY number"),
@@ -41,6 +47,10 @@ void Store::insert(Kind kind, const std::string& id, const std::string& document
 
 void Store::update(Kind kind, const std::string& id, const std::string& document) {
   Query(of(kind).update, id, document).run();
+}
+
+void Store::remove(Kind kind, const std::string& id) {
+  Query(of(kind).remove, id).run();
 }
 
 std::optional<std::string> Store::find(Kind kind, const std::string& id) {
@@ -66,7 +76,8 @@ std::map<std::string, std::int64_t> Store::counts() {
   return {{"managed objects", count(Kind::ManagedObject)},
           {"alarms", count(Kind::Alarm)},
           {"events", count(Kind::Event)},
-          {"operations", count(Kind::Operation)}};
+          {"operations", count(Kind::Operation)},
+          {"measurements", count(Kind::Measurement)}};
 }
 
 std::optional<StoredDocument> Store::activeAlarm(const std::string& source, const std::string& type) {
@@ -77,6 +88,10 @@ std::optional<StoredDocument> Store::activeAlarm(const std::string& source, cons
 
 void Store::addChild(Relation relation, const std::string& parent, const std::string& child) {
   Query(insertChild, static_cast<std::int64_t>(relation), parent, child).run();
+}
+
+void Store::removeRelations(const std::string& id) {
+  Query(removeRelationsOf, id).run();
 }
 
 std::vector<Relative> Store::children(const std::string& parent) {

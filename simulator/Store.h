@@ -12,8 +12,8 @@
 
 namespace simulator {
 
-enum class Kind { ManagedObject, Alarm, Event, Operation };
-constexpr std::size_t kindCount = 4;
+enum class Kind { ManagedObject, Alarm, Event, Operation, Measurement };
+constexpr std::size_t kindCount = 5;
 
 enum class Relation { Device, Asset, Addition };
 
@@ -44,13 +44,14 @@ class Store {
 
   void insert(Kind kind, const std::string& id, const std::string& document);
   void update(Kind kind, const std::string& id, const std::string& document);
+  void remove(Kind kind, const std::string& id);
   std::optional<std::string> find(Kind kind, const std::string& id);
   bool contains(Kind kind, const std::string& id) { return find(kind, id).has_value(); }
 
   /// At most `limit` documents in ascending order of ids, behind the first `offset`.
   std::vector<StoredDocument> page(Kind kind, std::int64_t limit, std::int64_t offset);
   std::int64_t count(Kind kind);
-  /// `count` of each kind, by its plural: "managed objects", "alarms", "events", "operations".
+  /// `count` of each kind, by its plural: "managed objects", "alarms", "events", "operations", "measurements".
   std::map<std::string, std::int64_t> counts();
 
   /// The alarm of that source and type whose status is ACTIVE.
@@ -58,6 +59,8 @@ class Store {
 
   /// Makes `child` a child of `parent`, if it isn't already. Both must exist.
   void addChild(Relation relation, const std::string& parent, const std::string& child);
+  /// Parts a managed object from its parents and children.
+  void removeRelations(const std::string& id);
   /// In the order they were added.
   std::vector<Relative> children(const std::string& parent);
   std::vector<Relative> parents(const std::string& child);
@@ -65,7 +68,7 @@ class Store {
  private:
   struct Statements {
     Statements(Database& database, const std::string& table);
-    Statement insert, update, find, page, count;
+    Statement insert, update, remove, find, page, count;
   };
 
   static std::vector<Relative> relatives(Query& rows);
@@ -73,7 +76,7 @@ class Store {
 
   Database database;
   std::array<Statements, kindCount> statements;
-  Statement readNextId, raiseNextId, findActiveAlarm, insertChild, findChildren, findParents;
+  Statement readNextId, raiseNextId, findActiveAlarm, insertChild, removeRelationsOf, findChildren, findParents;
 };
 
 }  // namespace simulator

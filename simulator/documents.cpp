@@ -12,7 +12,28 @@ namespace json = boost::json;
 
 namespace {
 
-std::string_view describeKind(const json::value& value) {
+std::string_view withoutParameters(std::string_view contentType) {
+  contentType = contentType.substr(0, contentType.find(';'));
+  while (!contentType.empty() && contentType.back() == ' ') contentType.remove_suffix(1);
+  return contentType;
+}
+
+void checkContentType(const Request& request, std::string_view name) {
+  const std::string_view given = withoutParameters(request.header("Content-Type"));
+  const std::string own = mediaType(name);
+  if (boost::beast::iequals(given, "application/json") || hasMediaType(request, name)) return;
+  const std::string complaint =
+      given.empty() ? "the request has no content type" : "the content type is " + quoted(given);
+  throw RequestError(415, complaint + ", where application/json or " + own + " is expected");
+}
+
+}  // namespace
+
+std::string mediaType(std::string_view name) {
+  return std::string("application/vnd.com.rdx.marlovance.").append(name).append("+json");
+}
+
+std::string describeKind(const json::value& value) {
   switch (value.kind()) {
     case json::kind::null:
       return "null";
@@ -29,25 +50,8 @@ std::string_view describeKind(const json::value& value) {
   }
 }
 
-std::string_view withoutParameters(std::string_view contentType) {
-  contentType = contentType.substr(0, contentType.find(';'));
-  while (!contentType.empty() && contentType.back() == ' ') contentType.remove_suffix(1);
-  return contentType;
-}
-
-void checkContentType(const Request& request, std::string_view name) {
-  const std::string_view given = withoutParameters(request.header("Content-Type"));
-  const std::string own = mediaType(name);
-  if (boost::beast::iequals(given, "application/json") || boost::beast::iequals(given, own)) return;
-  const std::string complaint =
-      given.empty() ? "the request has no content type" : "the content type is " + quoted(given);
-  throw RequestError(415, complaint + ", where application/json or " + own + " is expected");
-}
-
-}  // namespace
-
-std::string mediaType(std::string_view name) {
-  return std::string("application/vnd.com.rdx.marlovance.").append(name).append("+json");
+bool hasMediaType(const Request& request, std::string_view name) {
+  return boost::beast::iequals(withoutParameters(request.header("Content-Type")), mediaType(name));
 }
 
 json::object readBody(const Request& request, std::string_view name) {
@@ -55,7 +59,7 @@ json::object readBody(const Request& request, std::string_view name) {
   try {
     json::value body = parseJson(request.body);
     if (body.is_object()) return std::move(body.get_object());
-    throw RequestError(422, "the body must be a JSON object, not " + std::string(describeKind(body)));
+    throw RequestError(422, "the body must be a JSON object, not " + describeKind(body));
   } catch (const JsonError& error) {
     throw RequestError(400, std::string("the body is no JSON: ") + error.what());
   }
@@ -79,7 +83,7 @@ const json::value* FieldCheck::present(const char* name) {
 const json::string* FieldCheck::presentText(const char* name) {
   const json::value* value = present(name);
   if (value == nullptr) return nullptr;
-  if (!value->is_string()) problem(quoted(name) + " must be a text, not " + std::string(describeKind(*value)));
+  if (!value->is_string()) problem(quoted(name) + " must be a text, not " + describeKind(*value));
   return value->if_string();
 }
 
@@ -118,7 +122,7 @@ void FieldCheck::source(const char* name, const std::function<bool(const std::st
   if (value == nullptr) return;
   const json::object* object = value->if_object();
   if (object == nullptr) {
-    problem(quoted(name) + " must be an object with an \"id\", not " + std::string(describeKind(*value)));
+    problem(quoted(name) + " must be an object with an \"id\", not " + describeKind(*value));
     return;
   }
   const std::string label = std::string(name) + ".id";
@@ -132,7 +136,7 @@ std::string FieldCheck::knownId(const std::string& label, const json::value* val
                                 const std::function<bool(const std::string&)>& exists) {
   if (value == nullptr) return {};
   if (!value->is_string() && !value->is_int64()) {
-    problem(quoted(label) + " must be a text, not " + std::string(describeKind(*value)));
+    problem(quoted(label) + " must be a text, not " + describeKind(*value));
     return {};
   }
   const std::string id = value->is_string() ? std::string(value->get_string()) : toJson(*value);

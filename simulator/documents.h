@@ -15,6 +15,12 @@ namespace simulator {
 /// "application/vnd.com.rdx.marlovance.NAME+json". [any thread]
 std::string mediaType(std::string_view name);
 
+/// What a value is, for messages: "null", "a boolean", "a number", "a text", "an array" or "an object". [any thread]
+std::string describeKind(const boost::json::value& value);
+
+/// Whether the content type of a request is the media type of `name`; parameters behind it don't matter. [any thread]
+bool hasMediaType(const Request& request, std::string_view name);
+
 /// Reads the body of a request as a JSON object. Throws `RequestError`: 415 when the content type is neither
 /// application/json nor the media type of `name` (parameters behind it don't matter), 400 with line and column when the
 /// body is no JSON, 422 when it is no object. [any thread]

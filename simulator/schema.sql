@@ -31,6 +31,15 @@ CREATE TABLE operations (
   status TEXT GENERATED ALWAYS AS (document ->> '$.status') VIRTUAL
 ) WITHOUT ROWID;
 
+-- Measurements come in by the million: the one index serves the question for a device's own.
+CREATE TABLE measurements (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL,
+  source TEXT GENERATED ALWAYS AS (document ->> '$.source.id') VIRTUAL,
+  type TEXT GENERATED ALWAYS AS (document ->> '$.type') VIRTUAL
+) WITHOUT ROWID;
+CREATE INDEX measurements_by_source ON measurements (source);
+
 -- An active alarm is looked up with each new one, which only raises its count.
 CREATE INDEX active_alarms ON alarms (source, type) WHERE status = 'ACTIVE';
 
@@ -48,4 +57,4 @@ CREATE INDEX children_by_child ON children (child);
 CREATE TABLE next_id (value INTEGER NOT NULL);
 INSERT INTO next_id VALUES (2504001);
 
-PRAGMA user_version = 1;
+PRAGMA user_version = 2;

@@ -16,7 +16,8 @@ Answer DocumentResource::answer(const Request& request, std::span<const std::str
   if (below.size() > 1) return answerBelow(request, below);
   if (request.method == "GET") return documentAnswer(200, below[0], find(below[0]));
   if (request.method == "PUT") return update(request, below[0]);
-  refuseMethod(request, "GET, PUT");
+  if (request.method == "DELETE" && kind.removable) return remove(below[0]);
+  refuseMethod(request, kind.removable ? "GET, PUT, DELETE" : "GET, PUT");
 }
 
 Answer DocumentResource::answerBelow(const Request& request, std::span<const std::string>) {
@@ -24,12 +25,19 @@ Answer DocumentResource::answerBelow(const Request& request, std::span<const std
 }
 
 Answer DocumentResource::create(const Request& request) {
+  return createdAnswer(createFrom(readBody(request, kind.name)));
+}
+
+std::string DocumentResource::createFrom(const json::object& fields) {
   json::object document;
-  merge(document, readFields(request));
+  mergeClientFields(document, fields);
   FieldCheck check(document);
   examine(check, document, nullptr);
   check.finish();
-  const std::string id = keep(std::move(document));
+  return keep(std::move(document));
+}
+
+Answer DocumentResource::createdAnswer(const std::string& id) {
   Answer answer = documentAnswer(201, id, find(id));
   answer.headers.push_back({"Location", link(id)});
   return answer;
@@ -38,13 +46,22 @@ Answer DocumentResource::create(const Request& request) {
 Answer DocumentResource::update(const Request& request, const std::string& id) {
   const json::object before = parseJson(find(id)).as_object();
   json::object document = before;
-  merge(document, readFields(request));
+  mergeClientFields(document, readBody(request, kind.name));
   FieldCheck check(document);
   examine(check, document, &before);
   check.fixed(before, kind.fixed);
   check.finish();
   replace(document);
   return documentAnswer(200, id, toJson(document));
+}
+
+Answer DocumentResource::remove(const std::string& id) {
+  find(id);
+  forget(id);
+  workplace.store.remove(kind.kind, id);
+  Answer answer;
+  answer.status = 204;
+  return answer;
 }
 
 Answer DocumentResource::list(const Request& request) {
@@ -64,11 +81,11 @@ Answer DocumentResource::list(const Request& request) {
   return answer;
 }
 
-json::object DocumentResource::readFields(const Request& request) const {
-  json::object fields = readBody(request, kind.name);
-  for (const char* name : {"id", "self", "creationTime", "lastUpdated"}) fields.erase(name);
-  for (const std::string_view name : kind.maintained) fields.erase(name);
-  return fields;
+void DocumentResource::mergeClientFields(json::object& document, const json::object& fields) const {
+  json::object changes = fields;
+  for (const char* name : {"id", "self", "creationTime", "lastUpdated"}) changes.erase(name);
+  for (const std::string_view name : kind.maintained) changes.erase(name);
+  merge(document, changes);
 }
 
 void DocumentResource::merge(json::object& document, const json::object& changes) {
@@ -107,6 +124,8 @@ std::string DocumentResource::find(const std::string& id) const {
 std::function<bool(const std::string&)> DocumentResource::managedObjectExists() const {
   return [this](const std::string& id) { return workplace.store.contains(Kind::ManagedObject, id); };
 }
+
+void DocumentResource::forget(const std::string&) {}
 
 std::string DocumentResource::furtherFields(const std::string&) {
   return {};

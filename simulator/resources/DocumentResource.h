@@ -29,9 +29,11 @@ struct DocumentKind {
   std::string collection;                    ///< "alarms", the field of a list that holds the documents
   std::vector<std::string_view> fixed;       ///< fields that an update can't change
   std::vector<std::string_view> maintained;  ///< fields that the platform keeps; from a client they are ignored
+  bool removable = false;                    ///< whether DELETE is served
 };
 
-/// A collection of documents that are created (POST), updated (PUT), read (GET) and listed (GET).
+/// A collection of documents that are created (POST), updated (PUT), read (GET), listed (GET)
+/// and, for some kinds, deleted (DELETE).
 ///
 /// A document is stored as its client sent it, less fields that are null, with `id`, `creationTime` and `lastUpdated`
 /// added. An update replaces top-level fields, and removes those that it gives as null.
@@ -54,6 +56,9 @@ class DocumentResource : public Resource {
   /// Fields of an answer that aren't stored, as JSON text, each with a comma in front. Nothing by default.
   virtual std::string furtherFields(const std::string& id);
 
+  /// Takes leave of a document that is about to be deleted: nothing by default.
+  virtual void forget(const std::string& id);
+
   /// Answers what lies below a document: nothing by default.
   virtual Answer answerBelow(const Request& request, std::span<const std::string> below);
 
@@ -62,6 +67,13 @@ class DocumentResource : public Resource {
 
   std::function<bool(const std::string&)> managedObjectExists() const;
   std::string timestampNow() const { return formatTimestamp(workplace.now()); }
+
+  /// Checks what a client sent for a new document, stores it and gives its id. Throws `RequestError` 422 for bad
+  /// fields.
+  std::string createFrom(const boost::json::object& fields);
+
+  /// Answers 201 with a new document and its address.
+  Answer createdAnswer(const std::string& id);
 
   /// Gives `document` a new id, stamps it and stores it.
   std::string insert(const boost::json::object& document);
@@ -81,8 +93,10 @@ class DocumentResource : public Resource {
  private:
   Answer create(const Request& request);
   Answer update(const Request& request, const std::string& id);
+  Answer remove(const std::string& id);
   Answer list(const Request& request);
-  boost::json::object readFields(const Request& request) const;
+  /// `merge` without the fields that are the platform's own.
+  void mergeClientFields(boost::json::object& document, const boost::json::object& fields) const;
   Answer documentAnswer(int status, const std::string& id, const std::string& text);
   void appendDocument(std::string& out, const std::string& id, const std::string& text);
 };

@@ -10,7 +10,8 @@ Events::Events(Workplace& workplace)
                                    .what = "event",
                                    .collection = "events",
                                    .fixed = {"source", "type", "time"},
-                                   .maintained = {}}) {}
+                                   .maintained = {},
+                                   .removable = true}) {}
 
 void Events::examine(FieldCheck& check, json::object&, const json::object*) {
   check.source("source", managedObjectExists());

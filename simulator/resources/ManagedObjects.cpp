@@ -29,11 +29,16 @@ ManagedObjects::ManagedObjects(Workplace& workplace)
                                    .collection = "managedObjects",
                                    .fixed = {},
                                    .maintained = {"childDevices", "childAssets", "childAdditions", "deviceParents",
-                                                  "assetParents", "additionParents"}}) {}
+                                                  "assetParents", "additionParents"},
+                                   .removable = true}) {}
 
 void ManagedObjects::examine(FieldCheck& check, json::object&, const json::object*) {
   check.optionalText("name");
   check.optionalText("type");
+}
+
+void ManagedObjects::forget(const std::string& id) {
+  workplace.store.removeRelations(id);
 }
 
 std::string ManagedObjects::furtherFields(const std::string& id) {

@@ -13,6 +13,7 @@ class ManagedObjects final : public DocumentResource {
  protected:
   // DocumentResource
   void examine(FieldCheck& check, boost::json::object& document, const boost::json::object* before) override;
+  void forget(const std::string& id) override;
   std::string furtherFields(const std::string& id) override;
   Answer answerBelow(const Request& request, std::span<const std::string> below) override;
 

@@ -78,8 +78,9 @@ TEST_F(StoreTest, KindsDoNotMix) {
   Store store(":memory:");
   store.insert(Kind::Alarm, "1", "{}");
   EXPECT_FALSE(store.contains(Kind::Event, "1"));
-  EXPECT_EQ(store.counts(), (std::map<std::string, std::int64_t>{
-                                {"alarms", 1}, {"events", 0}, {"managed objects", 0}, {"operations", 0}}));
+  EXPECT_EQ(store.counts(),
+            (std::map<std::string, std::int64_t>{
+                {"alarms", 1}, {"events", 0}, {"managed objects", 0}, {"measurements", 0}, {"operations", 0}}));
 }
 
 TEST_F(StoreTest, TextsAreDataNeverSql) {
@@ -96,7 +97,7 @@ TEST_F(StoreTest, RefusesAFileThatIsNoDatabase) {
 
 TEST_F(StoreTest, RefusesADatabaseOfAnotherSchema) {
   { Database(file(), "PRAGMA user_version = 99", 99); }
-  EXPECT_EQ(refusalOf(file()), "can't open the database \"" + file() + "\": its schema has version 99, expected is 1");
+  EXPECT_EQ(refusalOf(file()), "can't open the database \"" + file() + "\": its schema has version 99, expected is 2");
 }
 
 TEST_F(StoreTest, RefusesAPathThatCannotBe) {

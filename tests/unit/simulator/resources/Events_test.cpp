@@ -49,6 +49,19 @@ TEST_F(EventsTest, RefusedEventLeavesNothing) {
   EXPECT_EQ(client.post("/event/events", eventOf(source)).id(), "2504002");
 }
 
+TEST_F(EventsTest, DeleteLeavesNothing) {
+  const std::string id = client.post("/event/events", eventOf(device())).id();
+  const Received answer = client.request("DELETE", "/event/events/" + id);
+  EXPECT_EQ(answer.status, 204);
+  EXPECT_EQ(answer.body, "");
+  EXPECT_EQ(answer.contentType, "");
+  expectError(client.get("/event/events/" + id), 404, "notFound", "there is no event with the id \"" + id + "\"");
+}
+
+TEST_F(EventsTest, DeleteOfNothingIsRefused) {
+  expectError(client.request("DELETE", "/event/events/7"), 404, "notFound", R"(there is no event with the id "7")");
+}
+
 TEST_F(EventsTest, ListGivesTheEvents) {
   client.post("/event/events", eventOf(device()));
   const Received list = client.get("/event/events?pageSize=0");
