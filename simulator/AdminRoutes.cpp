@@ -1,6 +1,8 @@
 #include "simulator/AdminRoutes.h"
 
+#include <algorithm>
 #include <charconv>
+#include <limits>
 
 #include "simulator/documents.h"
 #include "simulator/errors.h"
@@ -12,7 +14,7 @@ namespace json = boost::json;
 
 namespace {
 
-constexpr std::uint64_t defaultJournalLimit = 1000;
+constexpr std::uint64_t defaultLimit = 1000;
 
 Answer jsonAnswer(int status, const json::value& body) {
   Answer answer;
@@ -36,6 +38,10 @@ std::uint64_t readNumber(const std::string& name, const std::string& text) {
   throw RequestError(422, "the query parameter " + quoted(name) + " must be a whole number, not " + quoted(text));
 }
 
+[[noreturn]] void refuseParameter(const std::string& name, const std::string& known) {
+  throw RequestError(422, "the query parameter " + quoted(name) + " is not known here; known are " + known);
+}
+
 json::object describeEntry(const JournalEntry& entry) {
   json::array headers;
   for (const Header& header : entry.headers) {
@@ -54,6 +60,7 @@ json::object describeEntry(const JournalEntry& entry) {
 }  // namespace
 
 Answer AdminRoutes::answer(const Request& request, std::span<const std::string> below) {
+  if (below.size() == 2 && below[0] == "outbox") return answerOutbox(request, below[1]);
   if (below.size() != 1) refusePath(request);
   if (below[0] == "counts") return answerCounts(request);
   if (below[0] == "journal") return answerJournal(request);
@@ -68,6 +75,36 @@ Answer AdminRoutes::answerCounts(const Request& request) {
   return jsonAnswer(200, counts);
 }
 
+Answer AdminRoutes::answerOutbox(const Request& request, const std::string& kind) {
+  const bool isSms = kind == "sms";
+  if (!isSms && kind != "email") refusePath(request);
+  if (request.method != "GET") refuseMethod(request, "GET");
+  std::string sender;
+  std::string after;
+  std::uint64_t limit = defaultLimit;
+  for (const auto& [name, value] : request.queries) {
+    if (name == "after") {
+      after = value;
+    } else if (name == "limit") {
+      limit = readNumber(name, value);
+    } else if (isSms && name == "sender") {
+      sender = value;
+    } else {
+      refuseParameter(name, isSms ? "sender, after, limit" : "after, limit");
+    }
+  }
+  const auto most = static_cast<std::int64_t>(std::min<std::uint64_t>(limit, std::numeric_limits<std::int64_t>::max()));
+  Answer answer = jsonAnswer(200, nullptr);
+  answer.body = "{\"messages\":[";
+  const char* separator = "";
+  for (const StoredDocument& message : isSms ? store.smsOutbox(sender, after, most) : store.emailOutbox(after, most)) {
+    answer.body += separator + message.text;
+    separator = ",";
+  }
+  answer.body += "]}";
+  return answer;
+}
+
 Answer AdminRoutes::answerJournal(const Request& request) {
   if (request.method == "DELETE") {
     journal.clear();
@@ -75,14 +112,14 @@ Answer AdminRoutes::answerJournal(const Request& request) {
   }
   if (request.method != "GET") refuseMethod(request, "GET, DELETE");
   std::uint64_t after = 0;
-  std::uint64_t limit = defaultJournalLimit;
+  std::uint64_t limit = defaultLimit;
   for (const auto& [name, value] : request.queries) {
     if (name == "after") {
       after = readNumber(name, value);
     } else if (name == "limit") {
       limit = readNumber(name, value);
     } else {
-      throw RequestError(422, "the query parameter " + quoted(name) + " is not known here; known are after, limit");
+      refuseParameter(name, "after, limit");
     }
   }
   json::array entries;

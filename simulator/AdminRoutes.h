@@ -11,6 +11,8 @@ namespace simulator {
 /// out.
 ///
 ///   GET /admin/counts                    resources in the store by kind
+///   GET /admin/outbox/sms                what was sent (query: sender=ADDRESS, after=ID, limit=COUNT)
+///   GET /admin/outbox/email              (query: after=ID, limit=COUNT)
 ///   GET, DELETE /admin/journal           requests that came in (query: after=NUMBER, limit=COUNT), forget them
 ///   GET, POST, DELETE /admin/faults      the rules with what they hit, one more rule, no rule
 class AdminRoutes final : public Resource {
@@ -23,6 +25,7 @@ class AdminRoutes final : public Resource {
 
  private:
   Answer answerCounts(const Request& request);
+  Answer answerOutbox(const Request& request, const std::string& kind);
   Answer answerJournal(const Request& request);
   Answer answerFaults(const Request& request);
 

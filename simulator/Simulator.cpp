@@ -9,10 +9,13 @@
 #include "simulator/Store.h"
 #include "simulator/errors.h"
 #include "simulator/resources/Alarms.h"
+#include "simulator/resources/Emails.h"
 #include "simulator/resources/Events.h"
 #include "simulator/resources/ManagedObjects.h"
 #include "simulator/resources/Measurements.h"
 #include "simulator/resources/Operations.h"
+#include "simulator/resources/ServiceDocuments.h"
+#include "simulator/resources/Sms.h"
 
 namespace simulator {
 
@@ -32,6 +35,14 @@ bool isSent(Ending ending) {
 /// Whether the store sees a request that `fault` hits.
 bool takesEffect(const Fault& fault) {
   return fault.takesEffect || (fault.status == 0 && isSent(fault.ending));
+}
+
+constexpr std::int64_t everything = std::numeric_limits<std::int64_t>::max();
+
+std::vector<std::string> texts(std::vector<StoredDocument> documents) {
+  std::vector<std::string> texts;
+  for (StoredDocument& document : documents) texts.push_back(std::move(document.text));
+  return texts;
 }
 
 Answer answerOf(const Fault& fault) {
@@ -59,6 +70,9 @@ class Simulator::Impl final : public RequestHandler {
     router.add(std::make_unique<Events>(workplace));
     router.add(std::make_unique<Operations>(workplace));
     router.add(std::make_unique<Measurements>(workplace));
+    router.add(std::make_unique<Sms>(workplace));
+    router.add(std::make_unique<Emails>(workplace));
+    router.add(std::make_unique<ServiceDocuments>(workplace));
     router.add(std::make_unique<AdminRoutes>(store, faults, journal));
     server.serve(*this);
   }
@@ -135,6 +149,16 @@ std::string Simulator::url() const {
 std::map<std::string, std::int64_t> Simulator::counts() const {
   MutexLock lock(impl->mutex);
   return impl->store.counts();
+}
+
+std::vector<std::string> Simulator::smsOutbox(const std::string& sender) const {
+  MutexLock lock(impl->mutex);
+  return texts(impl->store.smsOutbox(sender, "", everything));
+}
+
+std::vector<std::string> Simulator::emailOutbox() const {
+  MutexLock lock(impl->mutex);
+  return texts(impl->store.emailOutbox("", everything));
 }
 
 std::uint64_t Simulator::requestsServed() const {

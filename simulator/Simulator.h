@@ -39,8 +39,15 @@ class Simulator {
   /// The address as "http://127.0.0.1:PORT", without a slash at the end.
   std::string url() const;
 
-  /// Resources in the store by kind: "managed objects", "alarms", "events", "operations", "measurements".
+  /// Resources in the store by kind: "managed objects", "alarms", "events", "operations", "measurements",
+  /// "SMS", "e-mails".
   std::map<std::string, std::int64_t> counts() const;
+
+  /// What was sent in the name of `sender`, such as "tel:kelvo", or by all when it is empty: JSON texts with the fields
+  /// of the message, `id` and `creationTime`, oldest first.
+  std::vector<std::string> smsOutbox(const std::string& sender = {}) const;
+  /// The e-mails that were sent, in the same form.
+  std::vector<std::string> emailOutbox() const;
 
   /// Requests that were answered so far, refusals included; a fault that sends no answer doesn't count.
   std::uint64_t requestsServed() const;

@@ -4,6 +4,22 @@
 
 namespace simulator {
 
+namespace {
+
+/// The last segment of a place, and what stands before it.
+std::pair<std::string, std::string> splitPlace(const std::string& place) {
+  const std::size_t slash = place.rfind('/');  // npos + 1 is 0
+  return {place.substr(0, slash), place.substr(slash + 1)};
+}
+
+std::vector<StoredDocument> documents(Query& rows) {
+  std::vector<StoredDocument> found;
+  while (rows.next()) found.push_back({rows.text(0), rows.text(1)});
+  return found;
+}
+
+}  // namespace
+
 Store::Statements::Statements(Database& database, const std::string& table)
     : insert(database, "INSERT INTO " + table + " (id, document) VALUES (?1, ?2)"),
       update(database, "UPDATE " + table + " SET document = ?2 WHERE id = ?1"),
@@ -18,7 +34,9 @@ Store::Store(const std::string& path)
                   {database, "alarms"},
                   {database, "events"},
                   {database, "operations"},
-                  {database, "measurements"}}},
+                  {database, "measurements"},
+                  {database, "sms"},
+                  {database, "emails"}}},
       readNextId(database, "SELECT value FROM next_id"),
       raiseNextId(database, "UPDATE next_id SET value = value + 1"),
       findActiveAlarm(database,
@@ -31,7 +49,16 @@ Store::Store(const std::string& path)
                    "WHERE parent = ?1 ORDER BY number"),
       findParents(database,
                   "SELECT relation, parent, name FROM children JOIN managed_objects ON id = parent "
-                  "WHERE child = ?1 ORDER BY number") {}
+                  "WHERE child = ?1 ORDER BY number"),
+      pageSms(database, "SELECT id, document FROM sms WHERE (?1 = '' OR sender = ?1) AND id > ?2 ORDER BY id LIMIT ?3"),
+      pageEmails(database, "SELECT id, document FROM emails WHERE id > ?1 ORDER BY id LIMIT ?2"),
+      putService(database, "INSERT OR REPLACE INTO service_documents VALUES (?1, ?2, ?3, ?4, ?5)"),
+      removeService(database, "DELETE FROM service_documents WHERE parent = ?1 AND name = ?2"),
+      findService(database,
+                  "SELECT content_type, body, is_json FROM service_documents WHERE parent = ?1 AND name = ?2"),
+      pageService(database,
+                  "SELECT body FROM service_documents WHERE parent = ?1 AND is_json ORDER BY name LIMIT ?2 OFFSET ?3"),
+      countService(database, "SELECT count(*) FROM service_documents WHERE parent = ?1 AND is_json") {}
 
 std::string Store::nextId() {
   Query query(readNextId);
@@ -61,9 +88,7 @@ std::optional<std::string> Store::find(Kind kind, const std::string& id) {
 
 std::vector<StoredDocument> Store::page(Kind kind, std::int64_t limit, std::int64_t offset) {
   Query query(of(kind).page, limit, offset);
-  std::vector<StoredDocument> documents;
-  while (query.next()) documents.push_back({query.text(0), query.text(1)});
-  return documents;
+  return documents(query);
 }
 
 std::int64_t Store::count(Kind kind) {
@@ -77,13 +102,56 @@ std::map<std::string, std::int64_t> Store::counts() {
           {"alarms", count(Kind::Alarm)},
           {"events", count(Kind::Event)},
           {"operations", count(Kind::Operation)},
-          {"measurements", count(Kind::Measurement)}};
+          {"measurements", count(Kind::Measurement)},
+          {"SMS", count(Kind::Sms)},
+          {"e-mails", count(Kind::Email)}};
 }
 
 std::optional<StoredDocument> Store::activeAlarm(const std::string& source, const std::string& type) {
   Query query(findActiveAlarm, source, type);
   if (!query.next()) return std::nullopt;
   return StoredDocument{query.text(0), query.text(1)};
+}
+
+std::vector<StoredDocument> Store::smsOutbox(const std::string& sender, const std::string& after, std::int64_t limit) {
+  Query query(pageSms, sender, after, limit);
+  return documents(query);
+}
+
+std::vector<StoredDocument> Store::emailOutbox(const std::string& after, std::int64_t limit) {
+  Query query(pageEmails, after, limit);
+  return documents(query);
+}
+
+void Store::putServiceDocument(const std::string& place, const ServiceDocument& document) {
+  const auto [parent, name] = splitPlace(place);
+  Query(putService, parent, name, document.contentType, document.body, std::int64_t{document.isJson}).run();
+}
+
+void Store::removeServiceDocument(const std::string& place) {
+  const auto [parent, name] = splitPlace(place);
+  Query(removeService, parent, name).run();
+}
+
+std::optional<ServiceDocument> Store::serviceDocument(const std::string& place) {
+  const auto [parent, name] = splitPlace(place);
+  Query query(findService, parent, name);
+  if (!query.next()) return std::nullopt;
+  return ServiceDocument{query.text(0), query.text(1), query.integer(2) != 0};
+}
+
+std::vector<std::string> Store::serviceDocumentsBelow(const std::string& place, std::int64_t limit,
+                                                      std::int64_t offset) {
+  Query query(pageService, place, limit, offset);
+  std::vector<std::string> bodies;
+  while (query.next()) bodies.push_back(query.text(0));
+  return bodies;
+}
+
+std::int64_t Store::countServiceDocumentsBelow(const std::string& place) {
+  Query query(countService, place);
+  query.next();
+  return query.integer(0);
 }
 
 void Store::addChild(Relation relation, const std::string& parent, const std::string& child) {

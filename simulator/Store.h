@@ -12,14 +12,21 @@
 
 namespace simulator {
 
-enum class Kind { ManagedObject, Alarm, Event, Operation, Measurement };
-constexpr std::size_t kindCount = 5;
+enum class Kind { ManagedObject, Alarm, Event, Operation, Measurement, Sms, Email };
+constexpr std::size_t kindCount = 7;
 
 enum class Relation { Device, Asset, Addition };
 
 struct StoredDocument {
   std::string id;
   std::string text;  ///< a JSON object, without links
+};
+
+/// What a client put at a place below "/service".
+struct ServiceDocument {
+  std::string contentType;
+  std::string body;
+  bool isJson = false;
 };
 
 /// One end of a parent and child relation, seen from the other.
@@ -51,11 +58,24 @@ class Store {
   /// At most `limit` documents in ascending order of ids, behind the first `offset`.
   std::vector<StoredDocument> page(Kind kind, std::int64_t limit, std::int64_t offset);
   std::int64_t count(Kind kind);
-  /// `count` of each kind, by its plural: "managed objects", "alarms", "events", "operations", "measurements".
+  /// `count` of each kind, by its plural: "managed objects", "alarms", "events", "operations", "measurements", "SMS",
+  /// "e-mails".
   std::map<std::string, std::int64_t> counts();
 
   /// The alarm of that source and type whose status is ACTIVE.
   std::optional<StoredDocument> activeAlarm(const std::string& source, const std::string& type);
+
+  /// At most `limit` messages with ids above `after`, oldest first; of SMS those of `sender`, or all when it is empty.
+  std::vector<StoredDocument> smsOutbox(const std::string& sender, const std::string& after, std::int64_t limit);
+  std::vector<StoredDocument> emailOutbox(const std::string& after, std::int64_t limit);
+
+  /// Puts a document at a place, such as "/weather/today", instead of the one that is there.
+  void putServiceDocument(const std::string& place, const ServiceDocument& document);
+  void removeServiceDocument(const std::string& place);
+  std::optional<ServiceDocument> serviceDocument(const std::string& place);
+  /// The bodies of at most `limit` JSON documents one level below a place, by name, behind the first `offset`.
+  std::vector<std::string> serviceDocumentsBelow(const std::string& place, std::int64_t limit, std::int64_t offset);
+  std::int64_t countServiceDocumentsBelow(const std::string& place);
 
   /// Makes `child` a child of `parent`, if it isn't already. Both must exist.
   void addChild(Relation relation, const std::string& parent, const std::string& child);
@@ -76,7 +96,8 @@ class Store {
 
   Database database;
   std::array<Statements, kindCount> statements;
-  Statement readNextId, raiseNextId, findActiveAlarm, insertChild, removeRelationsOf, findChildren, findParents;
+  Statement readNextId, raiseNextId, findActiveAlarm, insertChild, removeRelationsOf, findChildren, findParents,
+      pageSms, pageEmails, putService, removeService, findService, pageService, countService;
 };
 
 }  // namespace simulator

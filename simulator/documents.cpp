@@ -54,6 +54,12 @@ bool hasMediaType(const Request& request, std::string_view name) {
   return boost::beast::iequals(withoutParameters(request.header("Content-Type")), mediaType(name));
 }
 
+bool isJson(std::string_view contentType) {
+  const std::string_view type = withoutParameters(contentType);
+  return boost::beast::iequals(type, "application/json") ||
+         (type.size() > 5 && boost::beast::iequals(type.substr(type.size() - 5), "+json"));
+}
+
 json::object readBody(const Request& request, std::string_view name) {
   checkContentType(request, name);
   try {
@@ -74,32 +80,69 @@ void FieldCheck::finish() const {
   if (!problems.empty()) throw RequestError(422, problems);
 }
 
+std::string FieldCheck::label(std::string_view name) const {
+  return quoted(std::string(prefix).append(name));
+}
+
 const json::value* FieldCheck::present(const char* name) {
   const json::value* value = document.if_contains(name);
-  if (value == nullptr) problem(quoted(name) + " is missing");
+  if (value == nullptr) problem(label(name) + " is missing");
   return value;
 }
 
 const json::string* FieldCheck::presentText(const char* name) {
   const json::value* value = present(name);
   if (value == nullptr) return nullptr;
-  if (!value->is_string()) problem(quoted(name) + " must be a text, not " + describeKind(*value));
+  if (!value->is_string()) problem(label(name) + " must be a text, not " + describeKind(*value));
   return value->if_string();
 }
 
 void FieldCheck::text(const char* name) {
   const json::string* text = presentText(name);
-  if (text != nullptr && text->empty()) problem(quoted(name) + " must not be empty");
+  if (text != nullptr && text->empty()) problem(label(name) + " must not be empty");
 }
 
 void FieldCheck::optionalText(const char* name) {
   if (document.contains(name)) presentText(name);
 }
 
+void FieldCheck::texts(const char* name) {
+  const json::value* value = present(name);
+  if (value == nullptr) return;
+  if (value->is_array() && value->get_array().empty()) problem(label(name) + " must not be empty");
+  optionalTexts(name);
+}
+
+void FieldCheck::optionalTexts(const char* name) {
+  const json::value* value = document.if_contains(name);
+  if (value == nullptr) return;
+  if (!value->is_array()) {
+    problem(label(name) + " must be an array of texts, not " + describeKind(*value));
+    return;
+  }
+  std::size_t index = 0;
+  for (const json::value& element : value->get_array()) {
+    const std::string elementLabel = quoted(prefix + name + "[" + std::to_string(index++) + "]");
+    if (!element.is_string()) return problem(elementLabel + " must be a text, not " + describeKind(element));
+    if (element.get_string().empty()) return problem(elementLabel + " must not be empty");
+  }
+}
+
+json::object* FieldCheck::object(const char* name) {
+  if (present(name) == nullptr) return nullptr;
+  json::value& value = document.at(name);
+  if (!value.is_object()) problem(label(name) + " must be an object, not " + describeKind(value));
+  return value.if_object();
+}
+
+void FieldCheck::take(const FieldCheck& other) {
+  if (!other.problems.empty()) problem(other.problems);
+}
+
 void FieldCheck::timestamp(const char* name) {
   const json::string* text = presentText(name);
   if (text == nullptr || parseTimestamp(*text)) return;
-  problem(quoted(name) +
+  problem(label(name) +
           " must be an ISO 8601 timestamp with an offset or Z, such as 2024-05-01T12:00:00.000+02:00, not " +
           quoted(*text));
 }
@@ -109,11 +152,11 @@ void FieldCheck::oneOf(const char* name, std::initializer_list<std::string_view>
   if (text == nullptr || std::find(words.begin(), words.end(), std::string_view(*text)) != words.end()) return;
   std::string list;
   for (const std::string_view word : words) list.append(list.empty() ? "" : ", ").append(word);
-  problem(quoted(name) + " must be one of " + list + ", not " + quoted(*text));
+  problem(label(name) + " must be one of " + list + ", not " + quoted(*text));
 }
 
 void FieldCheck::id(const char* name, const std::function<bool(const std::string&)>& exists) {
-  const std::string known = knownId(name, present(name), exists);
+  const std::string known = knownId(prefix + name, present(name), exists);
   if (!known.empty()) document[name] = known;
 }
 
@@ -122,13 +165,13 @@ void FieldCheck::source(const char* name, const std::function<bool(const std::st
   if (value == nullptr) return;
   const json::object* object = value->if_object();
   if (object == nullptr) {
-    problem(quoted(name) + " must be an object with an \"id\", not " + describeKind(*value));
+    problem(label(name) + " must be an object with an \"id\", not " + describeKind(*value));
     return;
   }
-  const std::string label = std::string(name) + ".id";
+  const std::string idName = prefix + name + ".id";
   const json::value* idValue = object->if_contains("id");
-  if (idValue == nullptr) problem(quoted(label) + " is missing");
-  const std::string known = knownId(label, idValue, exists);
+  if (idValue == nullptr) problem(quoted(idName) + " is missing");
+  const std::string known = knownId(idName, idValue, exists);
   if (!known.empty()) document[name] = json::object({{"id", known}});
 }
 
@@ -150,7 +193,7 @@ void FieldCheck::fixed(const json::object& before, const std::vector<std::string
     const json::value* was = before.if_contains(name);
     const json::value* is = document.if_contains(name);
     const bool same = was == nullptr || is == nullptr ? was == is : *was == *is;
-    if (!same) problem(quoted(name) + " is fixed at creation, an update can't change it");
+    if (!same) problem(label(name) + " is fixed at creation, an update can't change it");
   }
 }
 

@@ -21,6 +21,10 @@ std::string describeKind(const boost::json::value& value);
 /// Whether the content type of a request is the media type of `name`; parameters behind it don't matter. [any thread]
 bool hasMediaType(const Request& request, std::string_view name);
 
+/// Whether documents of this content type are JSON: application/json, or anything that ends with "+json"; parameters
+/// don't matter. [any thread]
+bool isJson(std::string_view contentType);
+
 /// Reads the body of a request as a JSON object. Throws `RequestError`: 415 when the content type is neither
 /// application/json nor the media type of `name` (parameters behind it don't matter), 400 with line and column when the
 /// body is no JSON, 422 when it is no object. [any thread]
@@ -30,13 +34,20 @@ boost::json::object readBody(const Request& request, std::string_view name);
 /// [one thread at a time]
 class FieldCheck {
  public:
-  /// Checks, and completes, `document`, which must outlive this.
-  explicit FieldCheck(boost::json::object& document) : document(document) {}
+  /// Checks, and completes, `document`, which must outlive this. Messages have `prefix` in front of its fields' names.
+  explicit FieldCheck(boost::json::object& document, std::string prefix = {})
+      : document(document), prefix(std::move(prefix)) {}
 
   /// A text that isn't empty must be there.
   void text(const char* name);
   /// If it is there, it must be a text.
   void optionalText(const char* name);
+  /// An array of texts, none of them empty, must be there, and hold at least one.
+  void texts(const char* name);
+  /// If it is there, it must be such an array, which may be empty.
+  void optionalTexts(const char* name);
+  /// An object must be there. Null when it isn't.
+  boost::json::object* object(const char* name);
   /// A timestamp must be there.
   void timestamp(const char* name);
   /// One of `words` must be there.
@@ -50,16 +61,21 @@ class FieldCheck {
   /// Adds a problem of the caller's own, a whole clause that names the field.
   void problem(const std::string& text);
 
+  /// Takes over what another check found.
+  void take(const FieldCheck& other);
+
   /// Throws `RequestError` 422 with the problems found, joined by "; ", if there are any.
   void finish() const;
 
  private:
+  std::string label(std::string_view name) const;
   const boost::json::value* present(const char* name);
   const boost::json::string* presentText(const char* name);
   std::string knownId(const std::string& label, const boost::json::value* value,
                       const std::function<bool(const std::string&)>& exists);
 
   boost::json::object& document;
+  const std::string prefix;
   std::string problems;
 };
 

@@ -40,6 +40,30 @@ CREATE TABLE measurements (
 ) WITHOUT ROWID;
 CREATE INDEX measurements_by_source ON measurements (source);
 
+-- What was sent: one table for each kind of message.
+CREATE TABLE sms (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL,
+  sender TEXT GENERATED ALWAYS AS (document ->> '$.senderAddress') VIRTUAL
+) WITHOUT ROWID;
+CREATE INDEX sms_by_sender ON sms (sender);
+
+CREATE TABLE emails (
+  id TEXT PRIMARY KEY,
+  document TEXT NOT NULL
+) WITHOUT ROWID;
+
+-- What clients put below "/service": "/weather/today" has the parent "/weather" and the name "today".
+CREATE TABLE service_documents (
+  parent TEXT NOT NULL,
+  name TEXT NOT NULL,
+  content_type TEXT NOT NULL,
+  body TEXT NOT NULL,
+  is_json INTEGER NOT NULL,
+  PRIMARY KEY (parent, name)
+) WITHOUT ROWID;
+INSERT INTO service_documents VALUES ('', 'motd', 'text/plain', 'Welcome to the platform.', 0);
+
 -- An active alarm is looked up with each new one, which only raises its count.
 CREATE INDEX active_alarms ON alarms (source, type) WHERE status = 'ACTIVE';
 

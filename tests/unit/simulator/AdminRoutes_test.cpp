@@ -14,7 +14,8 @@ TEST_F(AdminRoutesTest, CountsTellTheStore) {
   const Received counts = client.get("/admin/counts");
   EXPECT_EQ(counts.status, 200);
   EXPECT_EQ(counts.contentType, "application/json");
-  EXPECT_EQ(counts.json(), object(R"({"alarms":0,"events":1,"managed objects":1,"measurements":0,"operations":0})"));
+  EXPECT_EQ(counts.json(), object(R"({"alarms":0,"events":1,"managed objects":1,"measurements":0,"operations":0,
+      "SMS":0,"e-mails":0})"));
 }
 
 TEST_F(AdminRoutesTest, JournalShowsRequestsWithoutCredentials) {

@@ -112,5 +112,11 @@ TEST_F(AlarmsTest, ListGivesTheAlarms) {
   EXPECT_EQ(list.json().at("statistics"), object(R"({"currentPage":1,"pageSize":5})"));
 }
 
+TEST_F(AlarmsTest, AreNotDeleted) {
+  const std::string id = client.post("/alarm/alarms", alarmOf(device())).id();
+  expectError(client.request("DELETE", "/alarm/alarms/" + id), 405, "methodNotAllowed",
+              "DELETE is not served at \"/alarm/alarms/" + id + "\", but GET, PUT");
+}
+
 }  // namespace
 }  // namespace simulator

@@ -209,5 +209,16 @@ TEST_F(ManagedObjectsTest, ListRefusesParametersItDoesNotKnow) {
               R"(the query parameter "withTotalPages" must be true or false, not "yes")");
 }
 
+TEST_F(ManagedObjectsTest, DeletePartsItFromItsRelatives) {
+  const std::string parent = device("Plant");
+  const std::string child = device("Pump");
+  client.post("/registry/managed-objects/" + parent + "/childDevices",
+              R"({"managedObject":{"id":")" + child + R"("}})");
+  EXPECT_EQ(client.request("DELETE", "/registry/managed-objects/" + child).status, 204);
+  EXPECT_EQ(client.get("/registry/managed-objects/" + child).status, 404);
+  EXPECT_EQ(client.get("/registry/managed-objects/" + parent).json().at("childDevices").at("references"),
+            boost::json::array{});
+}
+
 }  // namespace
 }  // namespace simulator
