@@ -7,6 +7,7 @@
 
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
+#include "parsers/same_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -103,8 +104,7 @@ void reshapePosition(map_t& document) {
     const std::string name = key.get<std::string>();
     if (belongsToPosition(value)) continue;
     moved[data_t(keys.from.get<std::string>() + "." + name)] = std::move(value);
-    // The copy of a borrowed key may be an owned one, which is another key.
-    leaving.push_back(key.is(Tag::borrowedString) ? data_t::adopt(key.view()) : key.copy());
+    leaving.push_back(sameKey(key));
   }
   for (const data_t& key : leaving) positionMap.erase(key);
 

@@ -2,6 +2,7 @@
 
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
+#include "parsers/same_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -25,7 +26,7 @@ map_t measurementParser(map_t&& document, Time& time, const DataConstants& const
   time.parseTimes(document);
   map_t fragments;
   for (auto& [name, value] : document)
-    if (isFragment(value, constants)) fragments[name] = std::move(value);
+    if (isFragment(value, constants)) fragments.insert(sameKey(name), std::move(value));
   for (const auto& [name, fragment] : fragments) document.erase(name);
   document.insert(constants.measurements.copy(), std::move(fragments));
   return std::move(document);
