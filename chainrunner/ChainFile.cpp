@@ -1,5 +1,6 @@
 #include "chainrunner/ChainFile.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "chainrunner/default_chain.h"
@@ -37,14 +38,42 @@ EventRules::Constant readConstant(const YamlReader& reader, const Node& value) {
   return text;
 }
 
+bool readSwitch(const YamlReader& reader, const Node& value) {
+  const std::string text = reader.text(value);
+  if (text != "true" && text != "false") reader.fail(value, "\"" + text + "\" is neither true nor false");
+  return text == "true";
+}
+
+EventRules::Requirement readRequirement(const YamlReader& reader, const Node& node, const std::string& place) {
+  const Target target = readTarget(reader, node, place);
+  if (target.part == Target::Part::metadata) return {target, target.name};
+  if (target.part == Target::Part::path) return {target, place};
+  reader.fail(node, "\"" + place + "\" is neither metadata nor the path");
+}
+
 /// Reads the keys of `everyEvent` or of one event type into `rules`, on top of what they hold.
-void readRules(YamlReader& reader, const Node& map, EventRules& rules) {
-  const auto readFloats = [&](const Node& value) {
-    for (const std::string& field : reader.texts(value)) rules.floats.push_back(EventRules::parseField(field));
+void readRules(YamlReader& reader, const Node& map, const Mapping& mapping, EventRules& rules) {
+  const auto readLike = [&](const Node& value) {
+    const EventRules* other = mapping.rulesOf(reader.text(value));
+    if (!other) reader.fail(value, "unknown event type \"" + reader.text(value) + "\"");
+    rules = *other;
+  };
+  const auto fieldsInto = [&](std::vector<FieldPath>& fields) {
+    return [&](const Node& value) {
+      for (const std::string& field : reader.texts(value)) fields.push_back(parseField(field));
+    };
+  };
+  const auto readKinds = [&](const Node& value) {
+    reader.forEach(value, [&](const std::string& field, const Node& name) {
+      const auto kind = parseFieldKind(reader.text(name));
+      if (!kind)
+        reader.fail(name, "\"" + reader.text(name) + "\" is none of boolean, integer, string, object and list");
+      rules.kinds.push_back({parseField(field), *kind});
+    });
   };
   const auto readMoves = [&](const Node& value) {
     reader.forEach(value, [&](const std::string& field, const Node& place) {
-      rules.moves.push_back({EventRules::parseField(field), readTarget(reader, place, reader.text(place))});
+      rules.moves.push_back({parseField(field), readTarget(reader, place, reader.text(place))});
     });
   };
   const auto readSettings = [&](const Node& value) {
@@ -53,23 +82,30 @@ void readRules(YamlReader& reader, const Node& map, EventRules& rules) {
     });
   };
   const auto readRequired = [&](const Node& value) {
-    for (std::string& key : reader.texts(value)) rules.required.push_back(std::move(key));
+    for (const std::string& place : reader.texts(value))
+      rules.required.push_back(readRequirement(reader, value, place));
   };
-  reader.readMap(map, {{"method", [&](const Node& value) { rules.method = reader.text(value); }},
+  reader.readMap(map, {{"like", readLike},
+                       {"method", [&](const Node& value) { rules.method = reader.text(value); }},
                        {"path", [&](const Node& value) { rules.path = reader.text(value); }},
                        {"contentType", [&](const Node& value) { rules.contentType = reader.text(value); }},
                        {"required", readRequired},
-                       {"floats", readFloats},
+                       {"floats", fieldsInto(rules.floats)},
+                       {"texts", fieldsInto(rules.texts)},
+                       {"kinds", readKinds},
                        {"move", readMoves},
+                       {"closed", [&](const Node& value) { rules.isClosed = readSwitch(reader, value); }},
                        {"set", readSettings}});
 }
 
 void readEvents(YamlReader& reader, const Node& map, ChainFile& chain) {
   reader.forEach(map, [&](const std::string& type, const Node& keys) {
     EventRules rules = chain.everyEvent;
-    readRules(reader, keys, rules);
+    readRules(reader, keys, chain.mapping, rules);
     if (rules.method.empty()) reader.fail(keys, "no method");
-    if (rules.path.empty()) reader.fail(keys, "no path");
+    const bool bringsPath = std::any_of(rules.moves.begin(), rules.moves.end(),
+                                        [](const auto& move) { return move.target.part == Target::Part::path; });
+    if (rules.path.empty() && !bringsPath) reader.fail(keys, "no path");
     const std::string* fullName = chain.mapping.find(type);
     chain.mapping.set(fullName ? std::string(*fullName) : type, std::move(rules));
   });
@@ -129,11 +165,12 @@ void ChainFile::overlayFile(const std::string& fileName) {
 
 void ChainFile::overlay(const std::string& fileName, const std::string& text) {
   YamlReader reader(fileName, text);
-  reader.readMap(reader.document(), {{"plugin", [&](const Node& map) { readPlugin(reader, map, *this); }},
-                                     {"transport", [&](const Node& map) { readTransport(reader, map, transport); }},
-                                     {"source", [&](const Node& map) { readSource(reader, map, source); }},
-                                     {"everyEvent", [&](const Node& map) { readRules(reader, map, everyEvent); }},
-                                     {"events", [&](const Node& map) { readEvents(reader, map, *this); }}});
+  reader.readMap(reader.document(),
+                 {{"plugin", [&](const Node& map) { readPlugin(reader, map, *this); }},
+                  {"transport", [&](const Node& map) { readTransport(reader, map, transport); }},
+                  {"source", [&](const Node& map) { readSource(reader, map, source); }},
+                  {"everyEvent", [&](const Node& map) { readRules(reader, map, mapping, everyEvent); }},
+                  {"events", [&](const Node& map) { readEvents(reader, map, *this); }}});
   transport.json = source.json;
 }
 

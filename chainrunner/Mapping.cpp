@@ -33,6 +33,12 @@ const char* containerKey(Part part) {
   }
 }
 
+/// Whether the target is all of the query, the headers or the cookies.
+bool isWhole(const Target& target) {
+  return target.name.empty() &&
+         (target.part == Part::query || target.part == Part::header || target.part == Part::cookie);
+}
+
 void merge(map_t& into, map_t&& from) {
   for (auto& entry : from) into[entry.first] = std::move(entry.second);
 }
@@ -66,38 +72,34 @@ void put(Draft& draft, const Target& target, data_t value, bool overwrite) {
   merge(container, std::move(value.get<map_t>()));
 }
 
-/// Calls `visit` with each value that the path leads to, below `value`.
-template <class Visit>
-void visitField(data_t& value, const EventRules::FieldPath& path, std::size_t level, const Visit& visit) {
-  if (level == path.size()) return visit(value);
-  const std::string& name = path[level];
-  if (value.is(Tag::list) && name == "*") {
-    for (data_t& element : value.get<list_t>()) visitField(element, path, level + 1, visit);
-  } else if (value.is(Tag::map) && name == "*") {
-    for (auto& entry : value.get<map_t>()) visitField(entry.second, path, level + 1, visit);
-  } else if (value.is(Tag::map)) {
-    const auto entry = value.get<map_t>().find(data_t(name));
-    if (entry != value.get<map_t>().end()) visitField(entry->second, path, level + 1, visit);
-  }
-}
-
 void makeFloat(data_t& value) {
   if (value.is(Tag::integer)) value = static_cast<double>(value.get<std::int64_t>());
 }
 
-/// Takes the field out of the payload; nothing when it isn't there.
-std::optional<data_t> takeField(data_t& payload, const EventRules::FieldPath& path) {
-  std::optional<data_t> taken;
-  const EventRules::FieldPath parentPath(path.begin(), path.end() - 1);
-  visitField(payload, parentPath, 0, [&](data_t& parent) {
-    if (!parent.is(Tag::map)) return;
-    map_t& map = parent.get<map_t>();
-    const auto entry = map.find(data_t(path.back()));
-    if (entry == map.end()) return;
-    taken = std::move(entry->second);
-    map.erase(entry);
-  });
-  return taken;
+/// Whole numbers and booleans become text; a double keeps its kind, since a time is one.
+void makeText(data_t& value) {
+  if (value.is(Tag::integer)) value = std::to_string(value.get<std::int64_t>());
+  if (value.is(Tag::boolean)) value = value.get<bool>() ? "true" : "false";
+}
+
+struct KindName {
+  const char* name;
+  const char* article;
+  FieldKind kind;
+  Tag tag;
+};
+
+constexpr KindName kindNames[] = {{"boolean", "a", FieldKind::boolean, Tag::boolean},
+                                  {"integer", "an", FieldKind::integer, Tag::integer},
+                                  {"string", "a", FieldKind::string, Tag::string},
+                                  {"object", "an", FieldKind::object, Tag::map},
+                                  {"list", "a", FieldKind::list, Tag::list}};
+
+void checkKind(const data_t& value, const EventRules::Check& check) {
+  for (const KindName& each : kindNames)
+    if (each.kind == check.kind && !value.is(each.tag))
+      throw MappingError(fieldText(check.field) + " is not " + each.article + " " + each.name + " but " +
+                         value.type_name());
 }
 
 /// The codec looks only whether "requiresResponse" is there, so one that says no has to go. An answer without "reqId"
@@ -126,29 +128,51 @@ void addLineMetadata(Draft& draft, map_t&& metadata) {
   merge(draft.metadata, std::move(metadata));
 }
 
+void checkIsClosed(const data_t& payload) {
+  if (payload.empty()) return;
+  if (!payload.is(Tag::map)) throw MappingError(std::string("the payload is not an object but ") + payload.type_name());
+  for (const auto& entry : payload.get<map_t>())
+    throw MappingError("the payload has an unknown field \"" + entry.first.get<std::string>() + "\"");
+}
+
+/// Moves fields away. What becomes the payload itself does so last, when all else has been taken from the old one.
+void applyMoves(Draft& draft, const EventRules& rules) {
+  std::optional<data_t> newPayload;
+  for (const auto& [field, target] : rules.moves) {
+    auto value = takeField(draft.payload, field);
+    if (!value && isWhole(target)) value = map_t();
+    if (!value) continue;
+    if (target.part == Part::payload)
+      newPayload = std::move(value);
+    else
+      put(draft, target, std::move(*value), true);
+  }
+  if (rules.isClosed) checkIsClosed(draft.payload);
+  if (newPayload) draft.payload = std::move(*newPayload);
+}
+
 void applyRules(Draft& draft, const EventRules& rules) {
-  for (const auto& field : rules.floats) visitField(draft.payload, field, 0, makeFloat);
+  for (const auto& field : rules.floats) visitField(draft.payload, field, makeFloat);
+  for (const auto& field : rules.texts) visitField(draft.payload, field, makeText);
+  for (const auto& check : rules.kinds)
+    visitField(draft.payload, check.field, [&](const data_t& value) { checkKind(value, check); });
   put(draft, {Part::method, {}}, data_t(rules.method), true);
-  put(draft, {Part::path, {}}, data_t(rules.path), true);
+  if (!rules.path.empty()) put(draft, {Part::path, {}}, data_t(rules.path), true);
   if (!rules.contentType.empty()) put(draft, {Part::metadata, "contentType"}, data_t(rules.contentType), true);
-  for (const auto& move : rules.moves)
-    if (auto value = takeField(draft.payload, move.field)) put(draft, move.target, std::move(*value), true);
+  applyMoves(draft, rules);
+}
+
+void checkRequired(const Draft& draft, const EventRules& rules) {
+  for (const auto& [target, name] : rules.required) {
+    const bool isThere = target.part == Part::metadata ? draft.metadata.contains(data_t(target.name))
+                                                       : draft.http.contains(data_t("path"));
+    if (!isThere) throw MappingError(name + " is missing");
+  }
 }
 
 void applySettings(Draft& draft, const EventRules& rules) {
   for (const auto& setting : rules.settings)
     put(draft, setting.target, std::visit([](const auto& value) { return data_t(value); }, setting.value), false);
-}
-
-std::vector<std::string> split(std::string_view text, char separator) {
-  std::vector<std::string> parts(1);
-  for (const char character : text) {
-    if (character == separator)
-      parts.emplace_back();
-    else
-      parts.back() += character;
-  }
-  return parts;
 }
 
 }  // namespace
@@ -168,8 +192,10 @@ std::optional<Target> Target::parse(std::string_view text) {
   return Target{part->second, std::string(text.substr(dot + 1))};
 }
 
-EventRules::FieldPath EventRules::parseField(std::string_view text) {
-  return split(text, '/');
+std::optional<FieldKind> parseFieldKind(std::string_view text) {
+  for (const KindName& each : kindNames)
+    if (text == each.name) return each.kind;
+  return std::nullopt;
 }
 
 void Mapping::set(const std::string& fullName, EventRules rules) {
@@ -183,6 +209,17 @@ const std::string* Mapping::find(const std::string& name) const {
   return found == fullNames.end() ? nullptr : &found->second;
 }
 
+const EventRules* Mapping::rulesOf(const std::string& name) const {
+  const std::string* fullName = find(name);
+  return fullName ? &rulesByName.at(*fullName) : nullptr;
+}
+
+std::vector<std::string> Mapping::types() const {
+  std::vector<std::string> names;
+  for (const auto& [name, rules] : rulesByName) names.push_back(name);
+  return names;
+}
+
 Message Mapping::toMessage(const std::string& type, data_t payload, map_t metadata) const {
   const std::string* fullName = find(type);
   if (!fullName) throw MappingError("unknown event type \"" + type + "\"");
@@ -193,8 +230,7 @@ Message Mapping::toMessage(const std::string& type, data_t payload, map_t metada
   addLineMetadata(draft, std::move(metadata));
   applySettings(draft, rules);
   checkReplyKeys(draft.metadata);
-  for (const std::string& key : rules.required)
-    if (!draft.metadata.contains(data_t(key))) throw MappingError(key + " is missing");
+  checkRequired(draft, rules);
 
   draft.metadata[data_t("http")] = std::move(draft.http);
   draft.metadata[data_t(HOST_MESSAGE_TYPE)] = *fullName;

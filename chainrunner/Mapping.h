@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "chainrunner/payload_fields.h"
 #include "chainrunner/values.h"
 
 namespace chainrunner {
@@ -32,10 +33,19 @@ struct Target {
   static std::optional<Target> parse(std::string_view text);
 };
 
+/// What a payload field has to be, where it is there.
+enum class FieldKind { boolean, integer, string, object, list };
+
+/// Reads "boolean", "integer", "string", "object" or "list"; nothing for any other text. [any thread]
+std::optional<FieldKind> parseFieldKind(std::string_view text);
+
 /// How the events of one type become messages.
 struct EventRules {
-  using FieldPath = std::vector<std::string>;  ///< names from the payload down; "*" is every entry of a map or list
   using Constant = std::variant<bool, std::int64_t, double, std::string>;
+  struct Check {
+    FieldPath field;
+    FieldKind kind;
+  };
   struct Move {
     FieldPath field;
     Target target;
@@ -44,16 +54,20 @@ struct EventRules {
     Target target;
     Constant value;
   };
+  struct Requirement {
+    Target target;
+    std::string name;  ///< for the message
+  };
 
   std::string method, path;
   std::string contentType;            ///< none when empty
   std::vector<FieldPath> floats;      ///< integers there become doubles
+  std::vector<FieldPath> texts;       ///< then, integers and booleans there become their texts
+  std::vector<Check> kinds;           ///< then, fields there have to be of a kind
   std::vector<Move> moves;            ///< payload fields that belong elsewhere; an absent field is skipped
+  bool isClosed = false;              ///< whether an event is refused for a payload field that is not moved
   std::vector<Setting> settings;      ///< for what the event itself did not bring
-  std::vector<std::string> required;  ///< metadata keys without which an event is refused
-
-  /// Splits "measurements/*/*/value".
-  static FieldPath parseField(std::string_view text);
+  std::vector<Requirement> required;  ///< places of metadata, or "path", without which an event is refused
 };
 
 /// An event that can't be mapped; `what()` is the reason.
@@ -71,6 +85,12 @@ class Mapping {
 
   /// The full name of a type given by either name, or null.
   const std::string* find(const std::string& name) const;
+
+  /// The rules of a type given by either name, or null.
+  const EventRules* rulesOf(const std::string& name) const;
+
+  /// The full names of all types, in byte order.
+  std::vector<std::string> types() const;
 
   /// The message of an event: "qel.type" and "http", the contents of `metadata` on top of what the payload's fields
   /// give, and the payload. Throws MappingError for an unknown type and when `metadata` or a field doesn't fit.

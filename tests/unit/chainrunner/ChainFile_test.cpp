@@ -57,7 +57,7 @@ TEST(ChainFileTest, TakesAnEmptyFileAsNothingToSay) {
 
 TEST(ChainFileTest, EveryEventHoldsForEventsInFrontOfIt) {
   ChainFile chain;
-  chain.overlay("my.yaml", "events:\n  x.A: {method: GET, path: /a}\neveryEvent:\n  required: [reqId]\n");
+  chain.overlay("my.yaml", "events:\n  x.A: {method: GET, path: /a}\neveryEvent:\n  required: [metadata.reqId]\n");
   EXPECT_THROW(chain.mapping.toMessage("A", data_t(), map_t()), MappingError);
 }
 
@@ -98,6 +98,13 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{
             "Password", "plugin:\n  configuration:\n    password: secret",
             "my.yaml:3: plugin/configuration/password: credentials come from the environment, not from a chain file"},
+        BadFile{"NoKind", "everyEvent:\n  kinds: {a: text}",
+                "my.yaml:2: everyEvent/kinds/a: \"text\" is none of boolean, integer, string, object and list"},
+        BadFile{"NoSwitch", "events:\n  x.Y: {closed: yes}",
+                "my.yaml:2: events/x.Y/closed: \"yes\" is neither true nor false"},
+        BadFile{"LikeNothing", "events:\n  x.Y: {like: x.Z}", "my.yaml:2: events/x.Y/like: unknown event type \"x.Z\""},
+        BadFile{"RequiredQuery", "everyEvent:\n  required: [query.a]",
+                "my.yaml:2: everyEvent/required: \"query.a\" is neither metadata nor the path"},
         BadFile{"NotYaml", "plugin:\n  - {", "my.yaml:2: end of map flow not found"}),
     [](const auto& each) { return each.param.name; });
 
