@@ -1,0 +1,129 @@
+// The values of this library.
+#include <utility>
+
+#include "benchmarks/data_t_content.h"
+#include "benchmarks/peers/peers.h"
+#include "benchmarks/value_workloads.h"
+#include "connectivity/Message.h"
+#include "connectivity/conversion.h"
+#include "connectivity/to_string.h"
+
+namespace benchmarks {
+
+namespace {
+
+using namespace com::tallowmere::connectivity10_15_4;
+
+std::uint64_t lengthOf(const data_t& text) {
+  return text.get<std::string_view>().size();
+}
+
+class Values {
+ public:
+  using Message = com::tallowmere::connectivity10_15_4::Message;
+
+  Message build() const {
+    map_t headers(2);
+    headers[keys.authorization] = authorizationText;
+    headers[keys.accept] = acceptText;
+    map_t http(3);
+    http[keys.path] = pathText;
+    http[keys.method] = methodText;
+    http[keys.headers] = std::move(headers);
+    map_t metadata(6);
+    metadata[keys.type] = typeText;
+    metadata[keys.channel] = channelText;
+    metadata[keys.http] = std::move(http);
+    metadata[keys.contentType] = contentTypeText;
+    metadata[keys.reqId] = std::int64_t{reqIdNumber};
+    metadata[keys.requiresResponse] = true;
+
+    map_t source(2);
+    source[keys.id] = sourceIdText;
+    source[keys.name] = sourceNameText;
+    map_t payload(7);
+    payload[keys.source] = std::move(source);
+    payload[keys.alarmType] = alarmTypeText;
+    payload[keys.time] = timeNumber;
+    payload[keys.text] = textText;
+    payload[keys.severity] = severityText;
+    payload[keys.status] = statusText;
+    payload[keys.count] = std::int64_t{countNumber};
+    return Message(std::move(payload), std::move(metadata));
+  }
+
+  std::uint64_t find(const Message& message) const {
+    const map_t& metadata = message.getMetadataMap();
+    const map_t& payload = message.getPayload().get<map_t>();
+    const map_t& http = metadata.find(keys.http)->second.get<map_t>();
+    const map_t& headers = http.find(keys.headers)->second.get<map_t>();
+    const map_t& source = payload.find(keys.source)->second.get<map_t>();
+    return lengthOf(metadata.find(keys.type)->second) + lengthOf(metadata.find(keys.contentType)->second) +
+           lengthOf(http.find(keys.path)->second) + lengthOf(http.find(keys.method)->second) +
+           lengthOf(headers.find(keys.authorization)->second) + lengthOf(source.find(keys.id)->second) +
+           lengthOf(payload.find(keys.severity)->second);
+  }
+
+  std::uint64_t miss(const Message& message) const {
+    const map_t& metadata = message.getMetadataMap();
+    const map_t& payload = message.getPayload().get<map_t>();
+    std::uint64_t found = 0;
+    for (const data_t* key : {&keys.notificationType, &keys.sourceName, &keys.sourceValue, &keys.sourceSelf,
+                              &keys.creationTime, &keys.lastUpdated, &keys.firstOccurrenceTime, &keys.deliveryTime})
+      found += payload.find(*key) != payload.end();
+    for (const data_t* key : {&keys.requestId, &keys.individualStartTime})
+      found += metadata.find(*key) != metadata.end();
+    return found;
+  }
+
+  Message copy(const Message& message) const { return message.copy(); }
+
+  bool equal(const Message& a, const Message& b) const {
+    return a.getMetadataMap() == b.getMetadataMap() && a.getPayload() == b.getPayload();
+  }
+
+  std::string render(const Message& message) const { return to_string(message); }
+
+  void checkRendering(const std::string& text) const {
+    expectSame("W6 data_t", sortedCharacters(text), sortedCharacters(unquotedRendering()));
+  }
+
+  nlohmann::json content(const Message& message) const {
+    return {{"metadata", contentOf(message.getMetadataMap())}, {"payload", contentOf(message.getPayload())}};
+  }
+
+ private:
+  const MessageKeys<data_t> keys;
+};
+
+class Table {
+ public:
+  using Map = map_t;
+
+  Table() {
+    for (const std::string& name : sensorNames()) keys.emplace_back(name);
+  }
+
+  void insertAll(Map& map) const {
+    std::int64_t number = 0;
+    for (const data_t& key : keys) map[key] = number++;
+  }
+
+  std::uint64_t findAll(const Map& map) const {
+    std::int64_t sum = 0;
+    for (const data_t& key : keys) sum += map.find(key)->second.get<std::int64_t>();
+    return static_cast<std::uint64_t>(sum);
+  }
+
+ private:
+  std::vector<data_t> keys;
+};
+
+}  // namespace
+
+void addDataT() {
+  addMessageCases<Values>("data_t");
+  addTableCases<Table>("data_t");
+}
+
+}  // namespace benchmarks
