@@ -223,18 +223,22 @@ void appendJson(std::string& out, const json::value& value) {
       out += value.get_array().empty() ? "[]" : "]";
       return;
     }
-    case json::kind::object: {
-      char separator = '{';
-      for (const auto& [name, element] : value.get_object()) {
-        out += separator;
-        appendJsonString(out, name);
-        out += ':';
-        appendJson(out, element);
-        separator = ',';
-      }
-      out += value.get_object().empty() ? "{}" : "}";
+    case json::kind::object:
+      out += '{';
+      appendFields(out, value.get_object());
+      out += '}';
       return;
-    }
+  }
+}
+
+void appendFields(std::string& out, const json::object& object) {
+  const char* separator = "";
+  for (const auto& [name, element] : object) {
+    out += separator;
+    appendJsonString(out, name);
+    out += ':';
+    appendJson(out, element);
+    separator = ",";
   }
 }
 

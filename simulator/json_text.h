@@ -23,6 +23,9 @@ boost::json::value parseJson(std::string_view text);
 /// look like integers: 1.0 is "1.0". Bytes that are no UTF-8 become U+FFFD. [any thread]
 void appendJson(std::string& out, const boost::json::value& value);
 
+/// Appends the fields of `object` with commas between them, without braces. [any thread]
+void appendFields(std::string& out, const boost::json::object& object);
+
 /// Appends `text` as a JSON string, quotes included. Bytes that are no UTF-8 become U+FFFD. [any thread]
 void appendJsonString(std::string& out, std::string_view text);
 

@@ -1,11 +1,25 @@
 #include "simulator/resources/DocumentResource.h"
 
+#include <algorithm>
+
 #include "simulator/errors.h"
 #include "simulator/json_text.h"
 #include "simulator/paging.h"
 
 namespace simulator {
 namespace json = boost::json;
+
+namespace {
+
+void mergeField(json::object& document, std::string_view name, const json::value& value) {
+  if (value.is_null()) {
+    document.erase(name);
+  } else {
+    document[name] = value;
+  }
+}
+
+}  // namespace
 
 Answer DocumentResource::answer(const Request& request, std::span<const std::string> below) {
   if (below.empty()) {
@@ -82,20 +96,17 @@ Answer DocumentResource::list(const Request& request) {
 }
 
 void DocumentResource::mergeClientFields(json::object& document, const json::object& fields) const {
-  json::object changes = fields;
-  for (const char* name : {"id", "self", "creationTime", "lastUpdated"}) changes.erase(name);
-  for (const std::string_view name : kind.maintained) changes.erase(name);
-  merge(document, changes);
+  const auto isOurs = [&](std::string_view name) {
+    return name == "id" || name == "self" || name == "creationTime" || name == "lastUpdated" ||
+           std::ranges::find(kind.maintained, name) != kind.maintained.end();
+  };
+  for (const auto& [name, value] : fields) {
+    if (!isOurs(name)) mergeField(document, name, value);
+  }
 }
 
 void DocumentResource::merge(json::object& document, const json::object& changes) {
-  for (const auto& [name, value] : changes) {
-    if (value.is_null()) {
-      document.erase(name);
-    } else {
-      document[name] = value;
-    }
-  }
+  for (const auto& [name, value] : changes) mergeField(document, name, value);
 }
 
 std::string DocumentResource::keep(json::object document) {
@@ -105,9 +116,11 @@ std::string DocumentResource::keep(json::object document) {
 std::string DocumentResource::insert(const json::object& document) {
   const std::string id = workplace.store.nextId();
   const std::string now = timestampNow();
-  json::object stored({{"id", id}, {"creationTime", now}, {"lastUpdated", now}});
-  stored.insert(document.begin(), document.end());
-  workplace.store.insert(kind.kind, id, toJson(stored));
+  std::string text = R"({"id":")" + id + R"(","creationTime":")" + now + R"(","lastUpdated":")" + now + '"';
+  if (!document.empty()) text += ',';
+  appendFields(text, document);
+  text += '}';
+  workplace.store.insert(kind.kind, id, text);
   return id;
 }
 
