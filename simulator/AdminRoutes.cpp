@@ -4,9 +4,11 @@
 #include <charconv>
 #include <limits>
 
+#include "simulator/document_loader.h"
 #include "simulator/documents.h"
 #include "simulator/errors.h"
 #include "simulator/fault_json.h"
+#include "simulator/fleet_maker.h"
 #include "simulator/json_text.h"
 
 namespace simulator {
@@ -42,6 +44,12 @@ std::uint64_t readNumber(const std::string& name, const std::string& text) {
   throw RequestError(422, "the query parameter " + quoted(name) + " is not known here; known are " + known);
 }
 
+json::object describeCounts(Store& store) {
+  json::object counts;
+  for (const auto& [name, count] : store.counts()) counts[name] = count;
+  return counts;
+}
+
 json::object describeEntry(const JournalEntry& entry) {
   json::array headers;
   for (const Header& header : entry.headers) {
@@ -63,6 +71,8 @@ Answer AdminRoutes::answer(const Request& request, std::span<const std::string> 
   if (below.size() == 2 && below[0] == "outbox") return answerOutbox(request, below[1]);
   if (below.size() != 1) refusePath(request);
   if (below[0] == "counts") return answerCounts(request);
+  if (below[0] == "documents") return answerDocuments(request);
+  if (below[0] == "fleet") return answerFleet(request);
   if (below[0] == "journal") return answerJournal(request);
   if (below[0] == "faults") return answerFaults(request);
   refusePath(request);
@@ -70,9 +80,19 @@ Answer AdminRoutes::answer(const Request& request, std::span<const std::string> 
 
 Answer AdminRoutes::answerCounts(const Request& request) {
   if (request.method != "GET") refuseMethod(request, "GET");
-  json::object counts;
-  for (const auto& [name, count] : store.counts()) counts[name] = count;
-  return jsonAnswer(200, counts);
+  return jsonAnswer(200, describeCounts(workplace.store));
+}
+
+Answer AdminRoutes::answerDocuments(const Request& request) {
+  if (request.method != "POST") refuseMethod(request, "POST");
+  loadDocuments(workplace.store, readBody(request, "documents"), formatTimestamp(workplace.now()));
+  return jsonAnswer(201, describeCounts(workplace.store));
+}
+
+Answer AdminRoutes::answerFleet(const Request& request) {
+  if (request.method != "POST") refuseMethod(request, "POST");
+  makeFleet(workplace.store, readFleet(readBody(request, "fleet")));
+  return jsonAnswer(201, describeCounts(workplace.store));
 }
 
 Answer AdminRoutes::answerOutbox(const Request& request, const std::string& kind) {
@@ -97,7 +117,8 @@ Answer AdminRoutes::answerOutbox(const Request& request, const std::string& kind
   Answer answer = jsonAnswer(200, nullptr);
   answer.body = "{\"messages\":[";
   const char* separator = "";
-  for (const StoredDocument& message : isSms ? store.smsOutbox(sender, after, most) : store.emailOutbox(after, most)) {
+  for (const StoredDocument& message :
+       isSms ? workplace.store.smsOutbox(sender, after, most) : workplace.store.emailOutbox(after, most)) {
     answer.body += separator + message.text;
     separator = ",";
   }

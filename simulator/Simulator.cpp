@@ -7,8 +7,12 @@
 #include "simulator/HttpServer.h"
 #include "simulator/Router.h"
 #include "simulator/Store.h"
+#include "simulator/document_loader.h"
 #include "simulator/errors.h"
+#include "simulator/fleet_maker.h"
+#include "simulator/json_text.h"
 #include "simulator/resources/Alarms.h"
+#include "simulator/resources/CurrentUser.h"
 #include "simulator/resources/Emails.h"
 #include "simulator/resources/Events.h"
 #include "simulator/resources/ManagedObjects.h"
@@ -16,6 +20,7 @@
 #include "simulator/resources/Operations.h"
 #include "simulator/resources/ServiceDocuments.h"
 #include "simulator/resources/Sms.h"
+#include "simulator/resources/TenantOptions.h"
 
 namespace simulator {
 
@@ -70,10 +75,12 @@ class Simulator::Impl final : public RequestHandler {
     router.add(std::make_unique<Events>(workplace));
     router.add(std::make_unique<Operations>(workplace));
     router.add(std::make_unique<Measurements>(workplace));
+    router.add(std::make_unique<TenantOptions>(workplace));
+    router.add(std::make_unique<CurrentUser>(workplace, options.username));
+    router.add(std::make_unique<AdminRoutes>(workplace, faults, journal));
     router.add(std::make_unique<Sms>(workplace));
     router.add(std::make_unique<Emails>(workplace));
     router.add(std::make_unique<ServiceDocuments>(workplace));
-    router.add(std::make_unique<AdminRoutes>(store, faults, journal));
     server.serve(*this);
   }
   ~Impl() override { server.stop(); }
@@ -159,6 +166,22 @@ std::vector<std::string> Simulator::smsOutbox(const std::string& sender) const {
 std::vector<std::string> Simulator::emailOutbox() const {
   MutexLock lock(impl->mutex);
   return texts(impl->store.emailOutbox("", everything));
+}
+
+void Simulator::load(const std::string& documents) {
+  const boost::json::value value = parseJson(documents);
+  if (!value.is_object()) throw RequestError(422, "the documents must be a JSON object, not " + describeKind(value));
+  MutexLock lock(impl->mutex);
+  Transaction transaction = impl->store.begin();
+  loadDocuments(impl->store, value.get_object(), formatTimestamp(impl->clock()));
+  transaction.commit();
+}
+
+void Simulator::makeFleet(const Fleet& fleet) {
+  MutexLock lock(impl->mutex);
+  Transaction transaction = impl->store.begin();
+  simulator::makeFleet(impl->store, fleet);
+  transaction.commit();
 }
 
 std::uint64_t Simulator::requestsServed() const {

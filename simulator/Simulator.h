@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "simulator/FaultPlan.h"
+#include "simulator/Fleet.h"
 #include "simulator/Journal.h"
 
 namespace simulator {
@@ -48,6 +49,13 @@ class Simulator {
   std::vector<std::string> smsOutbox(const std::string& sender = {}) const;
   /// The e-mails that were sent, in the same form.
   std::vector<std::string> emailOutbox() const;
+
+  /// Stores the documents, tenant options and user of a JSON text as "POST /admin/documents" does: all or nothing,
+  /// under the ids that they bear, unchecked. Throws std::runtime_error that names what is wrong.
+  void load(const std::string& documents);
+
+  /// Makes a fleet up, in one transaction. Throws std::runtime_error when there are documents but no device.
+  void makeFleet(const Fleet& fleet);
 
   /// Requests that were answered so far, refusals included; a fault that sends no answer doesn't count.
   std::uint64_t requestsServed() const;

@@ -30,6 +30,7 @@ Store::Statements::Statements(Database& database, const std::string& table)
 
 Store::Store(const std::string& path)
     : database(path, schema, schemaVersion),
+      tenantStore(database),
       statements{{{database, "managed_objects"},
                   {database, "alarms"},
                   {database, "events"},

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "simulator/Database.h"
+#include "simulator/TenantStore.h"
 
 namespace simulator {
 
@@ -85,6 +86,8 @@ class Store {
   std::vector<Relative> children(const std::string& parent);
   std::vector<Relative> parents(const std::string& child);
 
+  TenantStore& tenant() { return tenantStore; }
+
  private:
   struct Statements {
     Statements(Database& database, const std::string& table);
@@ -95,6 +98,7 @@ class Store {
   Statements& of(Kind kind) { return statements[static_cast<std::size_t>(kind)]; }
 
   Database database;
+  TenantStore tenantStore;
   std::array<Statements, kindCount> statements;
   Statement readNextId, raiseNextId, findActiveAlarm, insertChild, removeRelationsOf, findChildren, findParents,
       pageSms, pageEmails, putService, removeService, findService, pageService, countService;

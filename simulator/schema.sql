@@ -77,8 +77,27 @@ CREATE TABLE children (
 );
 CREATE INDEX children_by_child ON children (child);
 
+-- Tenant options by scope: 0 tenant, 1 system. A value is JSON text. An empty store has a few to show.
+CREATE TABLE options (
+  scope INTEGER NOT NULL,
+  category TEXT NOT NULL,
+  key TEXT NOT NULL,
+  value TEXT NOT NULL,
+  PRIMARY KEY (scope, category, key)
+) WITHOUT ROWID;
+INSERT INTO options VALUES
+  (0, 'alarms', 'retention.days', '"90"'),
+  (0, 'fleet', 'region', '"north"'),
+  (0, 'fleet', 'units', '"metric"'),
+  (0, 'measurements', 'retention.days', '"30"'),
+  (1, 'limits', 'page.size', '"2000"'),
+  (1, 'limits', 'retention.days', '"365"');
+
+-- What was set for the current user; one row or none.
+CREATE TABLE current_user (number INTEGER PRIMARY KEY, document TEXT NOT NULL);
+
 -- The id that the next document gets, whatever its kind.
 CREATE TABLE next_id (value INTEGER NOT NULL);
 INSERT INTO next_id VALUES (2504001);
 
-PRAGMA user_version = 2;
+PRAGMA user_version = 3;

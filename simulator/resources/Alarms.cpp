@@ -37,7 +37,8 @@ std::string Alarms::keep(json::object document) {
   }
   json::object repeated = parseJson(active->text).as_object();
   merge(repeated, document);
-  repeated["count"] = repeated.at("count").as_int64() + 1;
+  const json::value* count = repeated.if_contains("count");
+  repeated["count"] = (count != nullptr && count->is_int64() ? count->get_int64() : 1) + 1;
   replace(repeated);
   return active->id;
 }
