@@ -36,6 +36,9 @@ class Chain {
   /// Requests whose answers have not been delivered. [any thread]
   std::size_t inFlight() const { return transport.inFlight(); }
 
+  /// The queries that are under way from page to page. [any thread]
+  std::vector<WalkProgress> walksInProgress() const { return transport.walksInProgress(); }
+
   /// Gives every request that has no answer an error answer, now and from now on. [any thread]
   void cancel() { transport.cancel(); }
 

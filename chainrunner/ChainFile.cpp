@@ -14,6 +14,7 @@ using std::chrono::milliseconds;
 using YAML::Node;
 
 constexpr std::size_t mostBytes = 1'000'000'000;
+constexpr std::uint64_t mostPages = 1'000'000'000;
 
 Target readTarget(const YamlReader& reader, const Node& node, const std::string& text) {
   if (auto target = Target::parse(text)) return *target;
@@ -141,6 +142,7 @@ void readTransport(YamlReader& reader, const Node& map, TransportOptions& transp
                        {"connections", numberInto<std::size_t>(reader, transport.connections, 1, 1000)},
                        {"retries", numberInto<unsigned>(reader, transport.retries, 0, 100)},
                        {"retryDelayMilliseconds", timeInto(reader, transport.retryDelay, milliseconds(1), 0, 60'000)},
+                       {"pagesPerWalk", numberInto<std::uint64_t>(reader, transport.pagesPerWalk, 1, mostPages)},
                        {"maxAnswerBytes", numberInto<std::size_t>(reader, transport.maxAnswerBytes, 1, mostBytes)}});
 }
 

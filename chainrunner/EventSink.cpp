@@ -19,19 +19,28 @@ std::string typeOf(const Message& event) {
   return type != metadata.end() && type->second.isString() ? type->second.get<std::string>() : "(none)";
 }
 
+const data_t* find(const map_t& map, const char* key) {
+  const auto entry = map.find(data_t(key));
+  return entry == map.end() ? nullptr : &entry->second;
+}
+
+void appendEntry(std::string& line, const char* name, const data_t* value) {
+  if (!value) return;
+  line.append(",\"").append(name).append("\":");
+  appendJson(line, *value);
+}
+
 }  // namespace
 
 std::string eventLine(const Message& event) {
   const map_t& metadata = event.getMetadataMap();
   std::string line = "{\"type\":";
   appendJsonString(line, typeOf(event));
-  for (const auto& [name, key] : {std::pair("channel", HOST_MESSAGE_CHANNEL), std::pair("reqId", "reqId")}) {
-    const auto entry = metadata.find(data_t(key));
-    if (entry == metadata.end()) continue;
-    line.append(",\"").append(name).append("\":");
-    appendJson(line, entry->second);
-  }
   const data_t& payload = event.getPayload();
+  appendEntry(line, "channel", find(metadata, HOST_MESSAGE_CHANNEL));
+  const data_t* reqId = find(metadata, "reqId");
+  if (!reqId && payload.is(Tag::map)) reqId = find(payload.get<map_t>(), "reqId");
+  appendEntry(line, "reqId", reqId);
   if (payload.is(Tag::map) && payload.get<map_t>().name()) {
     line += ",\"object\":";
     appendJsonString(line, payload.get<map_t>().name());

@@ -12,8 +12,8 @@
 namespace chainrunner {
 
 /// The host's end of the chain: writes each event as a line of JSON, {"type", "channel", "reqId", "object", "payload"}.
-/// "channel" and "reqId" are there when the event's metadata has them, "object" when the payload bears a name. An event
-/// that has no JSON form costs a line in the log. [any thread]
+/// "channel" is there when the event's metadata has it, "reqId" when its metadata or else its payload has it, "object"
+/// when the payload bears a name. An event that has no JSON form costs a line in the log. [any thread]
 class EventSink {
  public:
   /// `out` stays the caller's and must outlive the sink, as must `record`.

@@ -31,7 +31,11 @@ bool isFlush(const map_t& metadata) {
 }  // namespace
 
 HttpTransport::HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record)
-    : options(std::move(options)), deliver(std::move(deliver)), record(record), wire(this->options) {
+    : options(std::move(options)),
+      deliver(std::move(deliver)),
+      record(record),
+      wire(this->options),
+      walks(this->options.pagesPerWalk) {
   deliveryThread = std::thread([this] { runDelivery(); });
   wireThread = std::thread([this] { runWire(); });
 }
@@ -77,6 +81,12 @@ void HttpTransport::send(Message& message) {
                         {400, "transport/refused", std::string(error.what()) + "; nothing was sent"});
   }
   flight->description = flight->request.method + " " + flight->request.url.substr(options.platform.size());
+  follow(*flight, metadata);
+  if (walks.isTooLong(flight->walk)) {
+    const std::string reason = flight->description + ": the walk may not have more than " +
+                               std::to_string(options.pagesPerWalk) + " pages; nothing was sent";
+    return answerAtOnce(std::move(flight), {400, "transport/tooManyPages", reason});
+  }
   queue(std::move(flight), metadata);
 }
 
@@ -85,6 +95,12 @@ void HttpTransport::enter() {
   if (std::this_thread::get_id() != deliveryThread.get_id())
     while (undelivered >= options.inFlight && !isCancelled && !isStopping) changed.wait(mutex);
   ++undelivered;
+}
+
+/// What the plug-in sends while it takes an answer is the next page of that answer's walk.
+void HttpTransport::follow(Flight& flight, const map_t& metadata) {
+  if (std::this_thread::get_id() != deliveryThread.get_id() || !answered) return;
+  flight.walk = walks.goOn(answered->walk, answered->description, flight.description, metadata);
 }
 
 void HttpTransport::answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) {
@@ -230,6 +246,7 @@ void HttpTransport::runDelivery() {
       answers.pop_front();
     }
     deliverAnswer(*flight);
+    walks.endPage(flight->walk);
     const MutexLock lock(mutex);
     --undelivered;
     changed.broadcast();
@@ -244,7 +261,10 @@ void HttpTransport::deliverAnswer(Flight& flight) {
   const std::string status = answerStatus(message);
   record.countAnswer(status, latency);
   log(logCategory, LogLevel::debug, "%s: %s after %f seconds", flight.description.c_str(), status.c_str(), latency);
+  flight.walk.elements += elementsOf(message.getPayload());
+  answered = &flight;
   deliver(message);
+  answered = nullptr;
 }
 
 }  // namespace chainrunner

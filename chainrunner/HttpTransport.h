@@ -11,6 +11,7 @@
 
 #include "chainrunner/RequestOrder.h"
 #include "chainrunner/RunRecord.h"
+#include "chainrunner/Walks.h"
 #include "chainrunner/Wire.h"
 #include "chainrunner/options.h"
 #include "chainrunner/values.h"
@@ -52,6 +53,9 @@ class HttpTransport {
   /// Requests whose answers have not been delivered. [any thread]
   std::size_t inFlight() const EXCLUDES(mutex);
 
+  /// The walks from page to page that are under way. [any thread]
+  std::vector<WalkProgress> walksInProgress() const { return walks.inProgress(); }
+
   /// From now on every request, also those on the wire, gets the error answer "transport/cancelled". [any thread]
   void cancel() EXCLUDES(mutex);
 
@@ -67,6 +71,7 @@ class HttpTransport {
     AnswerHead head;
     HttpRequest request;
     std::string description;
+    Walk walk;
     unsigned attempts = 0;
     double answeredTime = 0;
     Attempt last;
@@ -77,6 +82,7 @@ class HttpTransport {
   };
 
   void enter() EXCLUDES(mutex);
+  void follow(Flight& flight, const map_t& metadata);
   void answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) EXCLUDES(mutex);
   void queue(std::unique_ptr<Flight> flight, const map_t& metadata) EXCLUDES(mutex);
 
@@ -110,6 +116,9 @@ class HttpTransport {
   std::map<Id, Flight*> running;  ///< on the wire, or waiting for a retry
   std::vector<Retry> retries;
   bool platformIsAway = false;  ///< no connection after all retries: until one succeeds, each request is tried once
+
+  Walks walks;
+  const Flight* answered = nullptr;  ///< whose answer the plug-in is taking; of the delivery thread
 
   std::thread wireThread;
   std::thread deliveryThread;

@@ -24,6 +24,8 @@ void addRun(CLI::App& app, RunOptions& options) {
   verb->add_option("--batch", options.batch, "Events in one call of the plug-in")->check(CLI::Range(1, 1'000'000));
   verb->add_option("--in-flight", options.inFlight, "Requests without an answer before the sender waits")
       ->check(CLI::Range(1, 100'000));
+  verb->add_option("--pages-per-walk", options.pagesPerWalk, "Pages after which a query ends with an error")
+      ->check(CLI::Range(1, 1'000'000'000));
   verb->add_option("--timeout", options.timeoutSeconds, "Seconds for one attempt of a request")
       ->check(CLI::Range(1, 86'400));
   verb->add_option("--log-level", options.logLevel, "How much the log tells")

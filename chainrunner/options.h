@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "chainrunner/json_reader.h"
@@ -17,6 +18,7 @@ struct TransportOptions {
   std::size_t connections = 8;                ///< requests on the wire at once
   unsigned retries = 2;                       ///< further attempts where a repetition does no harm
   std::chrono::milliseconds retryDelay{100};  ///< before the first of them; doubled each time
+  std::uint64_t pagesPerWalk = 100'000;       ///< more of them end a walk with an error
   std::size_t maxAnswerBytes = 64 * 1024 * 1024;
   bool proxies = true;  ///< whether the environment's proxy settings hold
   JsonLimits json;      ///< for the platform's documents

@@ -75,6 +75,7 @@ ChainFile readChain(const RunOptions& options) {
   if (!options.chainFile.empty()) chain.overlayFile(options.chainFile);
   if (options.batch) chain.source.batch = *options.batch;
   if (options.inFlight) chain.transport.inFlight = *options.inFlight;
+  if (options.pagesPerWalk) chain.transport.pagesPerWalk = *options.pagesPerWalk;
   if (options.timeoutSeconds) chain.transport.timeout = std::chrono::seconds(*options.timeoutSeconds);
   if (!options.platform.empty()) chain.transport.platform = options.platform;
   return chain;
@@ -122,12 +123,23 @@ std::uint64_t peakMemoryBytes() {
   return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
 }
 
+/// The walks under way, as far as there is room for them.
+std::string describeWalks(const std::vector<WalkProgress>& walks) {
+  constexpr std::size_t shown = 3;
+  if (walks.empty()) return "";
+  std::string text = "   walks " + std::to_string(walks.size());
+  for (std::size_t i = 0; i < std::min(shown, walks.size()); ++i)
+    text += (i == 0 ? ": " : "; ") + walks[i].name + " page " + std::to_string(walks[i].page) + ", " +
+            std::to_string(walks[i].elements) + " elements";
+  return text + (walks.size() > shown ? "; ..." : "");
+}
+
 std::string describeProgress(const RunRecord& record, const Chain& chain) {
   const RunCounts counts = record.counts();
   return "events in " + std::to_string(RunCounts::sum(counts.eventsIn)) + "   requests " +
          std::to_string(counts.requests) + "   answers " + std::to_string(RunCounts::sum(counts.answers)) +
          "   in flight " + std::to_string(chain.inFlight()) + "   events out " +
-         std::to_string(RunCounts::sum(counts.eventsOut));
+         std::to_string(RunCounts::sum(counts.eventsOut)) + describeWalks(chain.walksInProgress());
 }
 
 struct Played {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,7 @@ struct RunOptions {
   std::string logLevel;
   std::string ledger;
   std::optional<std::size_t> batch, inFlight;
+  std::optional<std::uint64_t> pagesPerWalk;
   std::optional<unsigned> timeoutSeconds;
   bool quiet = false;
 };

@@ -26,6 +26,7 @@ TEST(ChainFileTest, BuiltInChainIsComplete) {
   EXPECT_EQ(chain.transport.inFlight, 64U);
   EXPECT_EQ(chain.transport.connections, 8U);
   EXPECT_EQ(chain.transport.retries, 2U);
+  EXPECT_EQ(chain.transport.pagesPerWalk, 100'000U);
   EXPECT_EQ(chain.source.batch, 100U);
 }
 
@@ -34,7 +35,7 @@ TEST(ChainFileTest, OverlayReplacesOnlyWhatItNames) {
   chain.overlay("my.yaml", R"(
 plugin:
   configuration: {maxBatchSize: 500, tenantId: "t1"}
-transport: {timeoutSeconds: 5, platform: "https://example.com"}
+transport: {timeoutSeconds: 5, pagesPerWalk: 7, platform: "https://example.com"}
 events:
   Alarm: {method: POST, path: /my/alarms}
 )");
@@ -42,6 +43,7 @@ events:
   EXPECT_EQ(chain.configuration, (std::map<std::string, std::string>{
                                      {"concurrencyMode", "auto"}, {"maxBatchSize", "500"}, {"tenantId", "t1"}}));
   EXPECT_EQ(chain.transport.timeout, milliseconds(5000));
+  EXPECT_EQ(chain.transport.pagesPerWalk, 7U);
   EXPECT_EQ(chain.transport.platform, "https://example.com");
   EXPECT_EQ(chain.transport.retries, 2U);
   ASSERT_NE(chain.mapping.find("Alarm"), nullptr);

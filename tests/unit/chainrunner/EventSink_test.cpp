@@ -24,6 +24,13 @@ TEST(EventLineTest, LeavesOutWhatTheEventHasNot) {
   EXPECT_EQ(eventLine(event(R"({"qel.type": "t"})", "null")), R"({"type":"t","payload":null})");
 }
 
+TEST(EventLineTest, ShowsTheReqIdOfThePayloadWhenTheMetadataHasNone) {
+  EXPECT_EQ(eventLine(event(R"({"qel.type": "t"})", R"({"reqId": 8})")),
+            R"({"type":"t","reqId":8,"payload":{"reqId":8}})");
+  EXPECT_EQ(eventLine(event(R"({"qel.type": "t", "reqId": 7})", R"({"reqId": 8})")),
+            R"({"type":"t","reqId":7,"payload":{"reqId":8}})");
+}
+
 TEST(EventLineTest, ShowsTheNameOfThePayload) {
   Message named = event(R"({"qel.type": "t"})", "{}");
   named.getPayload().get<map_t>().setName("com.kelvo.marlovance.Alarm");
