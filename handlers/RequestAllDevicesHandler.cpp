@@ -10,23 +10,17 @@ namespace com::tallowmere::connectivity::plugins {
 
 namespace {
 
-/// What the bases refer to and this class does not use.
-const data_t& unused() {
-  static const data_t value;
-  return value;
-}
+const data_t messageKey("msg");
 
-const data_t& messageKey() {
-  static const data_t key("msg");
-  return key;
-}
+/// What the bases refer to and this class does not use.
+const data_t unused;
 
 }  // namespace
 
 RequestAllDevicesHandler::RequestAllDevicesHandler(const HandlerServices& services, RequestSender& requestSender)
     : FindResourceHandler(services, requestSender,
                           {services.constants.typeManagedObject, services.constants.typeRequestAllDevicesComplete,
-                           unused(), unused()}) {}
+                           unused, unused}) {}
 
 void RequestAllDevicesHandler::handleRequest(Message& event, BatchSender& batch) {
   const map_t& metadata = event.getMetadataMap();
@@ -90,7 +84,7 @@ void RequestAllDevicesHandler::handleError(Message& response, OutstandingRequest
 void RequestAllDevicesHandler::sendAck(std::int64_t reqId, const std::string& text, Message&) {
   map_t payload;
   payload.insert(constants.reqId.copy(), reqId);
-  if (!text.empty()) payload.insert(messageKey().copy(), text);
+  if (!text.empty()) payload.insert(messageKey.copy(), text);
   Message event(std::move(payload));
   address(event, completionType, config.prefixNotificationChannel(takeChannel(reqId)));
   responseSender.sendResponse(event);

@@ -12,15 +12,8 @@ namespace com::tallowmere::connectivity::plugins {
 
 namespace {
 
-const data_t& toKey() {
-  static const data_t key("to");
-  return key;
-}
-
-const data_t& bccKey() {
-  static const data_t key("bcc");
-  return key;
-}
+const data_t toKey("to");
+const data_t bccKey("bcc");
 
 /// The pieces between commas, as they are; empty ones are dropped.
 list_t splitAtCommas(const std::string& text) {
@@ -42,10 +35,10 @@ void SendEmailHandler::handleRequest(Message& event, BatchSender& batch) {
   checkReceivers(event);
   metrics.startRequest(event);
   map_t& payload = event.getPayload().get<map_t>();
-  if (const auto bcc = payload.find(bccKey()); bcc != payload.end()) {
+  if (const auto bcc = payload.find(bccKey); bcc != payload.end()) {
     list_t receivers = splitAtCommas(to_string(bcc->second));
     payload.erase(bcc);
-    if (!receivers.empty()) payload[bccKey()] = std::move(receivers);
+    if (!receivers.empty()) payload[bccKey] = std::move(receivers);
   }
   addApplicationKey(event);
   addAuthorization(event);
@@ -54,7 +47,7 @@ void SendEmailHandler::handleRequest(Message& event, BatchSender& batch) {
 
 void SendEmailHandler::checkReceivers(const Message& event) const {
   const map_t& payload = event.getPayload().get<map_t>();
-  const auto to = payload.find(toKey());
+  const auto to = payload.find(toKey);
   if (to == payload.end() || to->second.get<list_t>().empty())
     throw DropMessage("receiver address is not provided", event);
 }
