@@ -6,6 +6,7 @@
 #include <array>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "chainrunner/json_writer.h"
 #include "chainrunner/utf8.h"
@@ -84,10 +85,28 @@ std::string encodedPath(std::string_view path) {
   return out;
 }
 
-bool isDotSegment(std::string_view segment) {
-  std::string plain = lower(segment);
-  for (std::size_t at; (at = plain.find("%2e")) != std::string::npos;) plain.replace(at, 3, ".");
-  return plain == "." || plain == "..";
+/// The path as a server might read it that decodes dots and separators first, and takes a backslash for a slash.
+std::string asLenientlyRead(std::string_view path) {
+  static constexpr std::pair<std::string_view, char> readings[] = {
+      {"%2e", '.'}, {"%2f", '/'}, {"%5c", '/'}, {"\\", '/'}};
+  std::string text = lower(path);
+  for (const auto& [escape, character] : readings)
+    for (std::size_t at = 0; (at = text.find(escape, at)) != std::string::npos; ++at)
+      text.replace(at, escape.size(), 1, character);
+  return text;
+}
+
+/// Whether a part of the path, less the parameters behind a semicolon, is "." or "..".
+bool hasDotSegment(std::string_view path) {
+  const std::string text = asLenientlyRead(path);
+  for (std::size_t start = 0; start <= text.size();) {
+    const std::size_t end = std::min(text.find('/', start), text.size());
+    const std::string_view segment = std::string_view(text).substr(start, end - start);
+    const std::string_view name = segment.substr(0, segment.find(';'));
+    if (name == "." || name == "..") return true;
+    start = end + 1;
+  }
+  return false;
 }
 
 void checkPath(std::string_view path) {
@@ -95,11 +114,7 @@ void checkPath(std::string_view path) {
   if (path.empty() || path.front() != '/') refuse("does not begin with a slash");
   if (path.substr(0, 2) == "//" || path.substr(0, 2) == "/\\") refuse("names a host");
   if (hasControlCharacter(path)) refuse("holds a control character");
-  for (std::size_t start = 1; start <= path.size();) {
-    const std::size_t end = std::min(path.find('/', start), path.size());
-    if (isDotSegment(path.substr(start, end - start))) refuse("leaves its place with a dot segment");
-    start = end + 1;
-  }
+  if (hasDotSegment(path)) refuse("leaves its place with a dot segment");
 }
 
 const data_t* findEntry(const map_t& map, const char* key) {

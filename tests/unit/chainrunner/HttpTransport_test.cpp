@@ -176,6 +176,22 @@ TEST_F(HttpTransportTest, PutsNothingOfARefusedRequestOnTheWire) {
   EXPECT_EQ(server.connections(), 0);
 }
 
+TEST_F(HttpTransportTest, PutsNoPathOnTheWireThatLeavesThePlatform) {
+  ScriptedServer server([](const Received&, const Connection& connection) {
+    connection.answer(200, "{}");
+    return true;
+  });
+  connect(server.url() + "/tenant");
+  std::int64_t id = 0;
+  for (const std::string path :
+       {"//other", "http://other/", "https:other", "other", "@other/", ":80/", "/\\other", "/..", "/a/../../b",
+        "/%2e%2E/b", "/a%2f..%2Fb", "/a\\..\\b", "/a/..;x", "/a\r\nHost: other", "/a\tb", "/a\x7f", ""}) {
+    send(++id, "GET", path);
+    EXPECT_EQ(answerTo(id).status, "400 transport/refused") << path;
+  }
+  EXPECT_EQ(server.connections(), 0);
+}
+
 TEST_F(HttpTransportTest, LetsAMessageWithoutAnIdEndHere) {
   connect(tests::unusedUrl());
   map_t metadata;

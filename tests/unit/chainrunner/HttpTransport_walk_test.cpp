@@ -1,7 +1,7 @@
 // Requests that are sent while an answer is taken: the pages of a walk.
-#include "HttpTransportTest.h"
-#include "ScriptedServer.h"
 #include "devhost/devhost.h"
+#include "tests/unit/chainrunner/HttpTransportTest.h"
+#include "tests/unit/chainrunner/ScriptedServer.h"
 
 namespace chainrunner {
 namespace {

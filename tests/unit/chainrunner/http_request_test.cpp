@@ -74,6 +74,11 @@ TEST(HttpRequestTest, EncodesWhatAPathMayNotHold) {
             "http://platform:81/base/a%20b/%C3%A9%3Fx=1%23y/100%25/%20/'(;)/x");
 }
 
+TEST(HttpRequestTest, LetsDotsBePartOfAName) {
+  EXPECT_EQ(urlOf(R"({"method": "GET", "path": "/a..b/.c/...;x/%252e%252e"})"),
+            "http://platform:81/base/a..b/.c/...;x/%252e%252e");
+}
+
 TEST(HttpRequestTest, EncodesTheQueryAndSortsIt) {
   EXPECT_EQ(urlOf(R"({"method": "GET", "path": "/a",
                       "queryString": {"q": "a b&c=d+é", "$filter": "x", "n": 2, "f": 1.5, "t": true, "none": null}})"),
@@ -126,6 +131,18 @@ INSTANTIATE_TEST_SUITE_P(
                 "The path \"/a/../../b\" leaves its place with a dot segment"},
         Refused{"EncodedDotSegment", R"({"method": "GET", "path": "/a/%2E%2e"})",
                 "The path \"/a/%2E%2e\" leaves its place with a dot segment"},
+        Refused{"DotSegmentAtTheFront", R"({"method": "GET", "path": "/.."})",
+                "The path \"/..\" leaves its place with a dot segment"},
+        Refused{"DotSegmentBehindAnEncodedSlash", R"({"method": "GET", "path": "/a%2F..%2fb"})",
+                "The path \"/a%2F..%2fb\" leaves its place with a dot segment"},
+        Refused{"DotSegmentBehindABackslash", R"({"method": "GET", "path": "/a\\..\\b"})",
+                "The path \"/a\\\\..\\\\b\" leaves its place with a dot segment"},
+        Refused{"DotSegmentBehindAnEncodedBackslash", R"({"method": "GET", "path": "/a%5c.."})",
+                "The path \"/a%5c..\" leaves its place with a dot segment"},
+        Refused{"DotSegmentWithParameters", R"({"method": "GET", "path": "/a/..;v=1/b"})",
+                "The path \"/a/..;v=1/b\" leaves its place with a dot segment"},
+        Refused{"DeleteInPath", R"({"method": "GET", "path": "/a\u007f"})",
+                "The path \"/a\u007f\" holds a control character"},
         Refused{"LineBreakInHeader", R"({"method": "GET", "path": "/a", "headers": {"X": "a\nb"}})",
                 "The header \"X\" holds a control character"},
         Refused{"HeaderNameIsNoToken", R"({"method": "GET", "path": "/a", "headers": {"X: y": "a"}})",
