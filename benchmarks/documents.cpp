@@ -26,6 +26,12 @@ std::string numbered(const char* format, int number) {
   return text;
 }
 
+std::string timeText(int moment) {
+  char text[40];
+  std::snprintf(text, sizeof text, "2020-09-13T%02d:%02d:%02d.250Z", moment / 3600 % 24, moment / 60 % 60, moment % 60);
+  return text;
+}
+
 std::string childReference(int number) {
   const std::string id = std::to_string(2504200 + number);
   return R"({"managedObject":{"id":")" + id + R"(","name":"Sensor )" + std::to_string(number) +
@@ -53,11 +59,10 @@ std::string managedObjectDocument() {
       managedObjectSize);
 }
 
-std::string measurementDocument(int number) {
+std::string measurementDocument(int number, int moment) {
   const std::string id = numbered("%08d", 90000000 + number);
-  return padded(R"({"id":")" + id + R"(","time":"2020-09-13T12:)" + numbered("%02d", number / 60 % 60) + ":" +
-                    numbered("%02d", number % 60) +
-                    R"(.250Z","type":"kv_Climate","self":"https://platform.example/measurement/measurements/)" + id +
+  return padded(R"({"id":")" + id + R"(","time":")" + timeText(moment < 0 ? number : moment) +
+                    R"(","type":"kv_Climate","self":"https://platform.example/measurement/measurements/)" + id +
                     R"(","source":{"id":"2504190","self":"https://platform.example/inventory/~"},)"
                     R"("kv_Climate":{"T":{"value":4.)" +
                     numbered("%02d", number % 90 + 10) + R"(,"unit":"C"}}})",
@@ -73,11 +78,10 @@ std::string measurementPage(int count) {
 std::string measurementBody(int count) {
   std::string body = R"({"measurements":[)";
   for (int i = 0; i < count; ++i)
-    body += (i > 0 ? "," : "") +
-            padded(R"({"source":{"id":"2504190"},"time":"2020-09-13T12:)" + numbered("%02d", i / 60 % 60) + ":" +
-                       numbered("%02d", i % 60) + R"(.250Z","type":"~","kv_Climate":{"T":{"value":4.)" +
-                       numbered("%02d", i % 90 + 10) + R"(,"unit":"C"}}})",
-                   bodyMeasurementSize);
+    body += (i > 0 ? "," : "") + padded(R"({"source":{"id":"2504190"},"time":")" + timeText(i) +
+                                            R"(","type":"~","kv_Climate":{"T":{"value":4.)" +
+                                            numbered("%02d", i % 90 + 10) + R"(,"unit":"C"}}})",
+                                        bodyMeasurementSize);
   return body + "]}";
 }
 

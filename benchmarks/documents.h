@@ -10,8 +10,9 @@ namespace benchmarks {
 std::string managedObjectDocument();
 inline constexpr std::size_t managedObjectSize = 1917;
 
-/// One measurement as a page of the platform holds it; `number` makes its id and time.
-std::string measurementDocument(int number);
+/// One measurement as a page of the platform holds it; `number` makes its id and, unless `moment` is 0 or more and
+/// does, its time. No two of 86,400 moments give the same text.
+std::string measurementDocument(int number, int moment = -1);
 inline constexpr std::size_t measurementDocumentSize = 263;
 
 /// A page of `count` measurements, as text of a JSON array.

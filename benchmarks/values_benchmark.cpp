@@ -1,6 +1,6 @@
 // W1 to W7: values, beside the libraries that one would pick instead.
 #include "benchmarks/harness.h"
-#include "benchmarks/peers/peers.h"
+#include "benchmarks/values/peers.h"
 
 int main(int argumentCount, char** arguments) {
   benchmarks::addDataT();

@@ -1,9 +1,9 @@
 // The values of this library.
 #include <utility>
 
-#include "benchmarks/data_t_content.h"
-#include "benchmarks/peers/peers.h"
-#include "benchmarks/value_workloads.h"
+#include "benchmarks/content.h"
+#include "benchmarks/values/peers.h"
+#include "benchmarks/values/workloads.h"
 #include "connectivity/Message.h"
 #include "connectivity/conversion.h"
 #include "connectivity/to_string.h"

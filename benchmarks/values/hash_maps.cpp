@@ -8,8 +8,8 @@
 #include <utility>
 #include <variant>
 
-#include "benchmarks/peers/peers.h"
-#include "benchmarks/value_workloads.h"
+#include "benchmarks/values/peers.h"
+#include "benchmarks/values/workloads.h"
 
 namespace benchmarks {
 

@@ -2,8 +2,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "benchmarks/peers/peers.h"
-#include "benchmarks/value_workloads.h"
+#include "benchmarks/values/peers.h"
+#include "benchmarks/values/workloads.h"
 
 namespace benchmarks {
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <utility>
 
-#include "benchmarks/peers/peers.h"
-#include "benchmarks/value_workloads.h"
+#include "benchmarks/values/peers.h"
+#include "benchmarks/values/workloads.h"
 
 namespace benchmarks {
 

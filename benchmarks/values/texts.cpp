@@ -1,4 +1,4 @@
-#include "benchmarks/value_texts.h"
+#include "benchmarks/values/texts.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "benchmarks/harness.h"
-#include "benchmarks/value_texts.h"
+#include "benchmarks/values/texts.h"
 
 namespace benchmarks {
 
