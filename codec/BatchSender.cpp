@@ -53,7 +53,7 @@ void BatchSender::flush() {
   const std::uint64_t count = pending.size();
   logger.debug("Sending batch of %I64u events", count);
   Message out = lastHandler->sendBatch(*this);
-  out.putMetadataValue(constants.batchedMessagesCount.copy(), static_cast<std::int64_t>(count));
+  out.putMetadataValue(constants.batchedMessagesCount, static_cast<std::int64_t>(count));
   sender.sendRequest(out, *lastHandler);
 }
 

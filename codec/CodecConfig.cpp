@@ -97,7 +97,7 @@ CodecConfig::CodecConfig(const map_t& configuration, const Logger& logger) {
   authorization = basicAuthorization(username, password);
   if (!applicationKey.empty()) appKey = applicationKey;
   if (!senderAddress.empty()) smsSenderAddress = normaliseAddress(senderAddress);
-  genericResponseBodyMap = bodyMap;
+  genericResponseBodyMap = hashed_key(bodyMap);
   isMultitenantIsolation = isolatesTenants(isolation);
   smsSenderName = senderName;
   tenantId = tenant;

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "connectivity/Logger.h"
-#include "connectivity/data_t.h"
+#include "connectivity/hashed_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -25,7 +25,7 @@ struct CodecConfig {
   std::string normaliseAddress(const std::string& text) const;
 
   std::string smsAddressScheme = "tel";
-  data_t genericResponseBodyMap{""};
+  hashed_key genericResponseBodyMap{""};
   std::int64_t maxBatchSize = 0;               ///< -1 for no limit
   std::int64_t latencySecsSlowThreshold = 0;   ///< seconds; 0 is off
   std::int64_t latencySecsLogThreshold = 0;    ///< seconds; 0 is off

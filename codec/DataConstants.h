@@ -1,6 +1,6 @@
 #pragma once
 
-#include "connectivity/data_t.h"
+#include "connectivity/hashed_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -11,153 +11,153 @@ using namespace com::tallowmere::connectivity10_15_4;
 /// second is a member of its own.
 struct DataConstants {
   // Requests and metadata
-  data_t requestId{"requestId"};
-  data_t http{"http"};
-  data_t method{"method"};
-  data_t path{"path"};
-  data_t params{"params"};
-  data_t id{"id"};
-  data_t batchedMessagesCount{"batchedMessagesCount"};
-  data_t contentType{"contentType"};
-  data_t queryString{"queryString"};
-  data_t headers{"headers"};
-  data_t unit{"unit"};
-  data_t message{"message"};
-  data_t options{"options"};
-  data_t system{"system"};
-  data_t category{"category"};
-  data_t key{"key"};
-  data_t value{"value"};
-  data_t cookies{"cookies"};
-  data_t headerXsrfToken{"X-XSRF-TOKEN"};
-  data_t source{"source"};
+  hashed_key requestId{"requestId"};
+  hashed_key http{"http"};
+  hashed_key method{"method"};
+  hashed_key path{"path"};
+  hashed_key params{"params"};
+  hashed_key id{"id"};
+  hashed_key batchedMessagesCount{"batchedMessagesCount"};
+  hashed_key contentType{"contentType"};
+  hashed_key queryString{"queryString"};
+  hashed_key headers{"headers"};
+  hashed_key unit{"unit"};
+  hashed_key message{"message"};
+  hashed_key options{"options"};
+  hashed_key system{"system"};
+  hashed_key category{"category"};
+  hashed_key key{"key"};
+  hashed_key value{"value"};
+  hashed_key cookies{"cookies"};
+  hashed_key headerXsrfToken{"X-XSRF-TOKEN"};
+  hashed_key source{"source"};
 
   // Metrics
-  data_t metrics{"metrics"};
-  data_t batchNo{"batchNo"};
-  data_t requestNo{"requestNo"};
-  data_t individualStartTime{"individualStartTime"};
-  data_t batchStartTime{"batchStartTime"};
-  data_t requestSentTime{"requestSentTime"};
+  hashed_key metrics{"metrics"};
+  hashed_key batchNo{"batchNo"};
+  hashed_key requestNo{"requestNo"};
+  hashed_key individualStartTime{"individualStartTime"};
+  hashed_key batchStartTime{"batchStartTime"};
+  hashed_key requestSentTime{"requestSentTime"};
 
   // Queries and responses
-  data_t reqId{"reqId"};
-  data_t query{"query"};
-  data_t q{"q"};
-  data_t statusCode{"statusCode"};
-  data_t statusReason{"statusReason"};
-  data_t messageOfError{"message"};
+  hashed_key reqId{"reqId"};
+  hashed_key query{"query"};
+  hashed_key q{"q"};
+  hashed_key statusCode{"statusCode"};
+  hashed_key statusReason{"statusReason"};
+  hashed_key messageOfError{"message"};
 
   // SMS
-  data_t address{"address"};
-  data_t senderAddress{"senderAddress"};
-  data_t senderName{"senderName"};
-  data_t messageOfSms{"message"};
-  data_t outboundSMSTextMessage{"outboundSMSTextMessage"};
-  data_t outboundSMSMessageRequest{"outboundSMSMessageRequest"};
+  hashed_key address{"address"};
+  hashed_key senderAddress{"senderAddress"};
+  hashed_key senderName{"senderName"};
+  hashed_key messageOfSms{"message"};
+  hashed_key outboundSMSTextMessage{"outboundSMSTextMessage"};
+  hashed_key outboundSMSMessageRequest{"outboundSMSMessageRequest"};
 
   // HTTP methods
-  data_t methodGet{"GET"};
-  data_t methodPut{"PUT"};
-  data_t methodPost{"POST"};
-  data_t methodDelete{"DELETE"};
+  hashed_key methodGet{"GET"};
+  hashed_key methodPut{"PUT"};
+  hashed_key methodPost{"POST"};
+  hashed_key methodDelete{"DELETE"};
 
   // Paging
-  data_t withTotalPages{"withTotalPages"};
-  data_t statistics{"statistics"};
-  data_t currentPage{"currentPage"};
-  data_t totalPages{"totalPages"};
-  data_t pagesLeft{"pagesLeft"};
-  data_t pageSize{"pageSize"};
-  data_t isPaging{"isPaging"};
-  data_t getAllPages{"getAllPages"};
-  data_t simpleQuery{"simpleQuery"};
-  data_t originalQuery{"originalQuery"};
-  data_t responseChannel{"responseChannel"};
+  hashed_key withTotalPages{"withTotalPages"};
+  hashed_key statistics{"statistics"};
+  hashed_key currentPage{"currentPage"};
+  hashed_key totalPages{"totalPages"};
+  hashed_key pagesLeft{"pagesLeft"};
+  hashed_key pageSize{"pageSize"};
+  hashed_key isPaging{"isPaging"};
+  hashed_key getAllPages{"getAllPages"};
+  hashed_key simpleQuery{"simpleQuery"};
+  hashed_key originalQuery{"originalQuery"};
+  hashed_key responseChannel{"responseChannel"};
 
   // Identity
-  data_t tenantId{"tenantId"};
-  data_t authorization{"authorization"};
-  data_t headerApplicationKey{"X-Marlovance-Application-Key"};
+  hashed_key tenantId{"tenantId"};
+  hashed_key authorization{"authorization"};
+  hashed_key headerApplicationKey{"X-Marlovance-Application-Key"};
 
   // Commits and errors
-  data_t typeObjectCommitted{"com.kelvo.marlovance.ObjectCommitted"};
-  data_t typeObjectCommitFailed{"com.kelvo.marlovance.ObjectCommitFailed"};
-  data_t typeError{"com.kelvo.marlovance.Error"};
-  data_t requiresResponse{"requiresResponse"};
+  hashed_key typeObjectCommitted{"com.kelvo.marlovance.ObjectCommitted"};
+  hashed_key typeObjectCommitFailed{"com.kelvo.marlovance.ObjectCommitFailed"};
+  hashed_key typeError{"com.kelvo.marlovance.Error"};
+  hashed_key requiresResponse{"requiresResponse"};
 
   // Merged measurements
-  data_t measurements{"measurements"};
-  data_t pathMeasurements{"/measurement/measurements"};
-  data_t mediaTypeMeasurementCollection{"application/vnd.com.rdx.marlovance.measurementcollection+json"};
+  hashed_key measurements{"measurements"};
+  hashed_key pathMeasurements{"/measurement/measurements"};
+  hashed_key mediaTypeMeasurementCollection{"application/vnd.com.rdx.marlovance.measurementcollection+json"};
 
   // Managed objects
-  data_t references{"references"};
-  data_t typeManagedObject{"com.kelvo.marlovance.ManagedObject"};
-  data_t managedObject{"managedObject"};
-  data_t channelFindManagedObject{"marlovance.finddevice.response"};
-  data_t typeFindManagedObjectResponse{"com.kelvo.marlovance.FindManagedObjectResponse"};
-  data_t typeFindManagedObjectResponseAck{"com.kelvo.marlovance.FindManagedObjectResponseAck"};
-  data_t errorDetails{"errorDetails"};
+  hashed_key references{"references"};
+  hashed_key typeManagedObject{"com.kelvo.marlovance.ManagedObject"};
+  hashed_key managedObject{"managedObject"};
+  hashed_key channelFindManagedObject{"marlovance.finddevice.response"};
+  hashed_key typeFindManagedObjectResponse{"com.kelvo.marlovance.FindManagedObjectResponse"};
+  hashed_key typeFindManagedObjectResponseAck{"com.kelvo.marlovance.FindManagedObjectResponseAck"};
+  hashed_key errorDetails{"errorDetails"};
 
   // Alarms
-  data_t typeAlarm{"com.kelvo.marlovance.Alarm"};
-  data_t alarm{"alarm"};
-  data_t channelFindAlarm{"marlovance.findalarm.response"};
-  data_t typeFindAlarmResponse{"com.kelvo.marlovance.FindAlarmResponse"};
-  data_t typeFindAlarmResponseAck{"com.kelvo.marlovance.FindAlarmResponseAck"};
+  hashed_key typeAlarm{"com.kelvo.marlovance.Alarm"};
+  hashed_key alarm{"alarm"};
+  hashed_key channelFindAlarm{"marlovance.findalarm.response"};
+  hashed_key typeFindAlarmResponse{"com.kelvo.marlovance.FindAlarmResponse"};
+  hashed_key typeFindAlarmResponseAck{"com.kelvo.marlovance.FindAlarmResponseAck"};
 
   // Events
-  data_t typeEvent{"com.kelvo.marlovance.Event"};
-  data_t evt{"evt"};
-  data_t channelFindEvent{"marlovance.findevent.response"};
-  data_t typeFindEventResponse{"com.kelvo.marlovance.FindEventResponse"};
-  data_t typeFindEventResponseAck{"com.kelvo.marlovance.FindEventResponseAck"};
+  hashed_key typeEvent{"com.kelvo.marlovance.Event"};
+  hashed_key evt{"evt"};
+  hashed_key channelFindEvent{"marlovance.findevent.response"};
+  hashed_key typeFindEventResponse{"com.kelvo.marlovance.FindEventResponse"};
+  hashed_key typeFindEventResponseAck{"com.kelvo.marlovance.FindEventResponseAck"};
 
   // Operations
-  data_t typeOperation{"com.kelvo.marlovance.Operation"};
-  data_t operation{"operation"};
-  data_t channelFindOperation{"marlovance.findoperation.response"};
-  data_t typeFindOperationResponse{"com.kelvo.marlovance.FindOperationResponse"};
-  data_t typeFindOperationResponseAck{"com.kelvo.marlovance.FindOperationResponseAck"};
+  hashed_key typeOperation{"com.kelvo.marlovance.Operation"};
+  hashed_key operation{"operation"};
+  hashed_key channelFindOperation{"marlovance.findoperation.response"};
+  hashed_key typeFindOperationResponse{"com.kelvo.marlovance.FindOperationResponse"};
+  hashed_key typeFindOperationResponseAck{"com.kelvo.marlovance.FindOperationResponseAck"};
 
   // Measurements
-  data_t typeMeasurement{"com.kelvo.marlovance.Measurement"};
-  data_t typeMeasurementFragment{"com.kelvo.marlovance.MeasurementFragment"};
-  data_t measurement{"measurement"};
-  data_t channelFindMeasurement{"marlovance.findmeasurement.response"};
-  data_t typeFindMeasurementResponse{"com.kelvo.marlovance.FindMeasurementResponse"};
-  data_t typeFindMeasurementResponseAck{"com.kelvo.marlovance.FindMeasurementResponseAck"};
-  data_t valueFragment{"valueFragment"};
-  data_t valueSeries{"valueSeries"};
+  hashed_key typeMeasurement{"com.kelvo.marlovance.Measurement"};
+  hashed_key typeMeasurementFragment{"com.kelvo.marlovance.MeasurementFragment"};
+  hashed_key measurement{"measurement"};
+  hashed_key channelFindMeasurement{"marlovance.findmeasurement.response"};
+  hashed_key typeFindMeasurementResponse{"com.kelvo.marlovance.FindMeasurementResponse"};
+  hashed_key typeFindMeasurementResponseAck{"com.kelvo.marlovance.FindMeasurementResponseAck"};
+  hashed_key valueFragment{"valueFragment"};
+  hashed_key valueSeries{"valueSeries"};
 
   // Current user
-  data_t user{"user"};
-  data_t channelFindCurrentUser{"marlovance.findcurrentuser.response"};
-  data_t typeGetCurrentUserResponse{"com.kelvo.marlovance.GetCurrentUserResponse"};
-  data_t typeGetCurrentUserResponseFailed{"com.kelvo.marlovance.GetCurrentUserResponseFailed"};
+  hashed_key user{"user"};
+  hashed_key channelFindCurrentUser{"marlovance.findcurrentuser.response"};
+  hashed_key typeGetCurrentUserResponse{"com.kelvo.marlovance.GetCurrentUserResponse"};
+  hashed_key typeGetCurrentUserResponseFailed{"com.kelvo.marlovance.GetCurrentUserResponseFailed"};
 
   // Tenant options
-  data_t typeFindTenantOptions{"com.kelvo.marlovance.FindTenantOptions"};
-  data_t optionsOfTenant{"options"};
-  data_t channelFindTenant{"marlovance.findtenant.response"};
-  data_t typeFindTenantOptionsResponse{"com.kelvo.marlovance.FindTenantOptionsResponse"};
+  hashed_key typeFindTenantOptions{"com.kelvo.marlovance.FindTenantOptions"};
+  hashed_key optionsOfTenant{"options"};
+  hashed_key channelFindTenant{"marlovance.findtenant.response"};
+  hashed_key typeFindTenantOptionsResponse{"com.kelvo.marlovance.FindTenantOptionsResponse"};
 
   // All devices and generic requests
-  data_t typeRequestAllDevices{"com.kelvo.marlovance.RequestAllDevices"};
-  data_t typeRequestAllDevicesComplete{"com.kelvo.marlovance.RequestAllDevicesComplete"};
-  data_t typeGenericResponse{"com.kelvo.marlovance.GenericResponse"};
-  data_t typeGenericResponseComplete{"com.kelvo.marlovance.GenericResponseComplete"};
-  data_t channelGeneric{"marlovance.generic.response"};
-  data_t body{"body"};
-  data_t error{"error"};
-  data_t details{"details"};
-  data_t sentError{"sentError"};
+  hashed_key typeRequestAllDevices{"com.kelvo.marlovance.RequestAllDevices"};
+  hashed_key typeRequestAllDevicesComplete{"com.kelvo.marlovance.RequestAllDevicesComplete"};
+  hashed_key typeGenericResponse{"com.kelvo.marlovance.GenericResponse"};
+  hashed_key typeGenericResponseComplete{"com.kelvo.marlovance.GenericResponseComplete"};
+  hashed_key channelGeneric{"marlovance.generic.response"};
+  hashed_key body{"body"};
+  hashed_key error{"error"};
+  hashed_key details{"details"};
+  hashed_key sentError{"sentError"};
 
   // Concurrency control
-  data_t concurrencyControlKey{"concurrencyControlKey"};
-  data_t concurrencyControlFlush{"concurrencyControlFlush"};
+  hashed_key concurrencyControlKey{"concurrencyControlKey"};
+  hashed_key concurrencyControlFlush{"concurrencyControlFlush"};
 };
-static_assert(sizeof(DataConstants) == 112 * sizeof(data_t));
+static_assert(sizeof(DataConstants) == 112 * sizeof(hashed_key));
 
 }  // namespace com::tallowmere::connectivity::plugins

@@ -77,9 +77,9 @@ Handler& MarlovanceCodec::findHandler(Message& event) const {
 
 void MarlovanceCodec::sendError(const char* text) {
   map_t payload;
-  payload.insert(constants.message.copy(), text);
+  payload.insert(constants.message, text);
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type.copy(), constants.typeError.copy());
+  event.putMetadataValue(frameKeys.type, constants.typeError.copy());
   responder.sendResponse(event);
 }
 
@@ -113,7 +113,7 @@ void MarlovanceCodec::processResponse(Message& response) {
 }
 
 void MarlovanceCodec::moveSentTime(Message& response, OutstandingRequest& request) const {
-  request.getMetadataMap()[constants.requestSentTime] = response.getMetadataMap().take(constants.requestSentTime);
+  request.getMetadataMap().set(constants.requestSentTime, response.getMetadataMap().take(constants.requestSentTime));
 }
 
 void MarlovanceCodec::warnOfDrop(const std::exception& failure, const Message& message) const noexcept {

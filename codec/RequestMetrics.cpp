@@ -49,10 +49,10 @@ void RequestMetrics::abandonAllBatches() {
 
 std::uint64_t RequestMetrics::startRequest(Message& message) {
   map_t stamp;
-  stamp.insert(constants.batchNo.copy(), static_cast<std::int64_t>(batchNo));
-  stamp.insert(constants.requestNo.copy(), static_cast<std::int64_t>(requestNo));
-  stamp.insert(constants.batchStartTime.copy(), Platform::relativeHighResTimeFloat());
-  message.getMetadataMap()[constants.metrics] = std::move(stamp);
+  stamp.insert(constants.batchNo, static_cast<std::int64_t>(batchNo));
+  stamp.insert(constants.requestNo, static_cast<std::int64_t>(requestNo));
+  stamp.insert(constants.batchStartTime, Platform::relativeHighResTimeFloat());
+  message.getMetadataMap().set(constants.metrics, std::move(stamp));
 
   // Counted before the request is sent, so that a batch can't seem finished between two of its messages.
   MutexLock lock(mutex);

@@ -11,10 +11,10 @@ namespace com::tallowmere::connectivity::plugins {
 
 void RequestSender::sendRequest(Message& message, Handler& handler) {
   map_t& metadata = message.getMetadataMap();
-  metadata.at(constants.metrics).get<map_t>()[constants.individualStartTime] = Platform::relativeHighResTimeFloat();
+  metadata.at(constants.metrics).get<map_t>().set(constants.individualStartTime, Platform::relativeHighResTimeFloat());
   {
     MutexLock lock(mutex);
-    metadata[constants.requestId] = static_cast<std::int64_t>(nextRequestId++);
+    metadata.set(constants.requestId, static_cast<std::int64_t>(nextRequestId++));
     if (config.automaticConcurrency) addOrderingHints(message, handler);
     outstanding.add(message.copy(), handler);
     if (logger.isDebugEnabled()) logger.debug("Formatted message: %s", to_string(message).c_str());
@@ -37,8 +37,8 @@ void RequestSender::addOrderingHints(Message& message, Handler& handler) {
   if (isWrite || lastRequestWasWrite) {
     data_t key = handler.getConcurrencyKey(message);
     const bool isBarrier = isWrite != lastRequestWasWrite || key.empty();
-    if (isBarrier) metadata[constants.concurrencyControlFlush] = true;
-    if (!key.empty()) metadata[constants.concurrencyControlKey] = std::move(key);
+    if (isBarrier) metadata.set(constants.concurrencyControlFlush, true);
+    if (!key.empty()) metadata.set(constants.concurrencyControlKey, std::move(key));
   }
   lastRequestWasWrite = isWrite;
 }

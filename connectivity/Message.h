@@ -3,9 +3,8 @@
 #include <string>
 #include <utility>
 
-#include "connectivity/data_t.h"
+#include "connectivity/hashed_key.h"
 #include "connectivity/host_abi.h"
-#include "connectivity/map_t.h"
 
 namespace com::tallowmere::connectivity10_15_4 {
 
@@ -41,6 +40,12 @@ class Message {
   /// Sets `metadata[key]` to the value, replacing an earlier one, and gives the message. Throws std::runtime_error
   /// "Cannot use non-string keys into metadata" and leaves the message as it was when the key is no string.
   Message& putMetadataValue(data_t key, data_t value);
+
+  /// The same with a ready-made key.
+  Message& putMetadataValue(const hashed_key& key, data_t value) {
+    metadata.set(key, std::move(value));
+    return *this;
+  }
 
   /// A deep copy.
   Message copy() const { return Message(payload.copy(), metadata.copy()); }

@@ -18,15 +18,17 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <stdexcept>
 
-#include "connectivity/value_hash.h"
+#include "connectivity/hashed_key.h"
 
 namespace com::tallowmere::connectivity10_15_4 {
 
 namespace {
 
 constexpr std::uint64_t smallestCapacity = 8;
+constexpr std::uint64_t freeHash = 0;
 constexpr std::uint64_t tombstoneHash = 1;
 
 data_t& keyOf(map_slot& slot) {
@@ -40,8 +42,22 @@ bool isTombstone(const map_slot& slot) {
   return slot.key.tag == QEL_EMPTY && slot.hash == tombstoneHash;
 }
 
+/// More than three quarters full, counted in whole numbers.
 bool needsRebuild(const map_header& block) {
-  return static_cast<double>(block.count + block.tombstones) > static_cast<double>(block.capacity) * 0.75;
+  return 4 * (block.count + block.tombstones) > 3 * block.capacity;
+}
+
+/// The slot where a probe begins: hash modulo capacity, without a division for the powers of two that tables have
+/// while they are small.
+std::uint64_t startOf(std::uint64_t hash, std::uint64_t capacity) {
+  const std::uint64_t mask = capacity - 1;
+  return (capacity & mask) == 0 ? hash & mask : hash % capacity;
+}
+
+bool isSameKey(const data_t& a, const data_t& b) {
+  if (a.is(Tag::string) && b.is(Tag::string)) [[likely]]
+    return std::strcmp(reinterpret_cast<const char*>(a.bits()), reinterpret_cast<const char*>(b.bits())) == 0;
+  return a == b;
 }
 
 bool checksAreSkipped() {
@@ -90,12 +106,12 @@ map_t::Position map_t::locate(const data_t& key, std::uint64_t hash) const {
   const std::uint64_t nowhere = capacity();
   Position result{nowhere, nowhere};
   if (nowhere == 0) return result;
-  const std::uint64_t start = hash % nowhere;
+  const std::uint64_t start = startOf(hash, nowhere);
   std::uint64_t index = start;
   do {
     map_slot& slot = slots()[index];
     if (isOccupied(slot)) {
-      if (slot.hash == hash && keyOf(slot) == key) return {index, index};
+      if (slot.hash == hash && isSameKey(keyOf(slot), key)) return {index, index};
     } else {
       if (result.place == nowhere) result.place = index;
       if (!isTombstone(slot)) break;
@@ -103,6 +119,23 @@ map_t::Position map_t::locate(const data_t& key, std::uint64_t hash) const {
     if (++index == nowhere) index = 0;
   } while (index != start);
   return result;
+}
+
+/// Where the key is, or the capacity.
+std::uint64_t map_t::indexOf(const data_t& key, std::uint64_t hash) const {
+  const std::uint64_t nowhere = capacity();
+  if (nowhere == 0) return nowhere;
+  const map_slot* const table = slots();
+  const std::uint64_t start = startOf(hash, nowhere);
+  std::uint64_t index = start;
+  do {
+    const map_slot& slot = table[index];
+    if (slot.hash == hash && isOccupied(slot) && isSameKey(reinterpret_cast<const data_t&>(slot.key), key))
+      return index;
+    if (slot.hash == freeHash && slot.key.tag == QEL_EMPTY) return nowhere;
+    if (++index == nowhere) index = 0;
+  } while (index != start);
+  return nowhere;
 }
 
 map_t::Position map_t::makeRoom(const data_t& key, std::uint64_t hash, Position position) {
@@ -114,16 +147,38 @@ map_t::Position map_t::makeRoom(const data_t& key, std::uint64_t hash, Position 
   return position;
 }
 
+/// Moves key and value into a slot that is free or a tombstone.
+map_slot& map_t::occupy(std::uint64_t index, std::uint64_t hash, data_t& key, data_t& value) {
+  map_slot& slot = slots()[index];
+  ++block->count;
+  slot.hash = hash;
+  keyOf(slot).swap(key);
+  valueOf(slot).swap(value);
+  return slot;
+}
+
 map_t::iterator map_t::find(const data_t& key) {
-  return iteratorAt(locate(key, hash(key, tableSeed)).found);
+  return iteratorAt(indexOf(key, hash(key, tableSeed)));
 }
 
 map_t::const_iterator map_t::find(const data_t& key) const {
-  return iteratorAt(locate(key, hash(key, tableSeed)).found);
+  return iteratorAt(indexOf(key, hash(key, tableSeed)));
+}
+
+map_t::iterator map_t::find(const hashed_key& key) {
+  return iteratorAt(indexOf(key, key.hash()));
+}
+
+map_t::const_iterator map_t::find(const hashed_key& key) const {
+  return iteratorAt(indexOf(key, key.hash()));
 }
 
 bool map_t::contains(const data_t& key) const {
-  return locate(key, hash(key, tableSeed)).found != capacity();
+  return indexOf(key, hash(key, tableSeed)) != capacity();
+}
+
+bool map_t::contains(const hashed_key& key) const {
+  return indexOf(key, key.hash()) != capacity();
 }
 
 std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
@@ -136,12 +191,28 @@ std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
     return {iteratorAt(position.found), false};
   }
   position = makeRoom(key, keyHash, position);
-  map_slot& slot = slots()[position.place];
-  ++block->count;
-  slot.hash = keyHash;
-  keyOf(slot).swap(key);
-  valueOf(slot).swap(value);
+  occupy(position.place, keyHash, key, value);
   return {iteratorAt(position.place), true};
+}
+
+std::pair<map_t::iterator, bool> map_t::insert(const hashed_key& key, data_t&& value) {
+  Position position = locate(key, key.hash());
+  if (position.found != capacity()) {
+    value = data_t();
+    return {iteratorAt(position.found), false};
+  }
+  data_t ownKey = key.ownedCopy();
+  position = makeRoom(key, key.hash(), position);
+  occupy(position.place, key.hash(), ownKey, value);
+  return {iteratorAt(position.place), true};
+}
+
+data_t& map_t::set(const hashed_key& key, data_t&& value) {
+  Position position = locate(key, key.hash());
+  if (position.found != capacity()) return valueOf(slots()[position.found]) = std::move(value);
+  data_t ownKey = key.ownedCopy();
+  position = makeRoom(key, key.hash(), position);
+  return valueOf(occupy(position.place, key.hash(), ownKey, value));
 }
 
 data_t& map_t::operator[](data_t&& key) {
@@ -155,28 +226,32 @@ data_t& map_t::operator[](const data_t& key) {
   position = makeRoom(key, keyHash, position);
   data_t ownKey = key.copy();
   data_t value = data_t().copy();
-  map_slot& slot = slots()[position.place];
-  ++block->count;
-  slot.hash = keyHash;
-  keyOf(slot).swap(ownKey);
-  valueOf(slot).swap(value);
-  return valueOf(slot);
+  return valueOf(occupy(position.place, keyHash, ownKey, value));
+}
+
+const data_t& map_t::valueAt(std::uint64_t index) const {
+  if (index == capacity()) throw std::runtime_error("Element not in map");
+  return valueOf(slots()[index]);
 }
 
 const data_t& map_t::at(const data_t& key) const {
-  const Position position = locate(key, hash(key, tableSeed));
-  if (position.found == capacity()) throw std::runtime_error("Element not in map");
-  return valueOf(slots()[position.found]);
+  return valueAt(indexOf(key, hash(key, tableSeed)));
 }
 
 data_t& map_t::at(const data_t& key) {
   return const_cast<data_t&>(std::as_const(*this).at(key));
 }
 
-void map_t::erase(iterator position) {
-  if (position == end()) return;
-  static_cast<void>(*position);
-  map_slot& slot = slots()[position.index];
+const data_t& map_t::at(const hashed_key& key) const {
+  return valueAt(indexOf(key, key.hash()));
+}
+
+data_t& map_t::at(const hashed_key& key) {
+  return const_cast<data_t&>(std::as_const(*this).at(key));
+}
+
+void map_t::eraseAt(std::uint64_t index) {
+  map_slot& slot = slots()[index];
   const data_t key(std::move(keyOf(slot)));
   const data_t value(std::move(valueOf(slot)));  // destroyed first
   slot.hash = tombstoneHash;
@@ -184,19 +259,39 @@ void map_t::erase(iterator position) {
   ++block->tombstones;
 }
 
+data_t map_t::takeAt(std::uint64_t index) {
+  if (index == capacity()) return {};
+  data_t value(std::move(valueOf(slots()[index])));
+  eraseAt(index);
+  return value;
+}
+
+void map_t::erase(iterator position) {
+  if (position == end()) return;
+  static_cast<void>(*position);
+  eraseAt(position.index);
+}
+
 bool map_t::erase(const data_t& key) {
-  const iterator position = find(key);
-  if (position == end()) return false;
-  erase(position);
+  const std::uint64_t index = indexOf(key, hash(key, tableSeed));
+  if (index == capacity()) return false;
+  eraseAt(index);
+  return true;
+}
+
+bool map_t::erase(const hashed_key& key) {
+  const std::uint64_t index = indexOf(key, key.hash());
+  if (index == capacity()) return false;
+  eraseAt(index);
   return true;
 }
 
 data_t map_t::take(const data_t& key) {
-  const iterator position = find(key);
-  if (position == end()) return {};
-  data_t value(std::move(position->second));
-  erase(position);
-  return value;
+  return takeAt(indexOf(key, hash(key, tableSeed)));
+}
+
+data_t map_t::take(const hashed_key& key) {
+  return takeAt(indexOf(key, key.hash()));
 }
 
 void reportInvalidMapIterator() {

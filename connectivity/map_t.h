@@ -11,6 +11,7 @@
 namespace com::tallowmere::connectivity10_15_4 {
 
 class data_t;
+class hashed_key;
 
 /// A map from values to values: one pointer to a `map_header` block, null for a map with no block. Owns its block and
 /// all in it; is moved, never implicitly copied. Iteration is in slot order, which depends on the hashes and the
@@ -53,7 +54,10 @@ class map_t {
   /// "Cannot use custom values as a key".
   iterator find(const data_t& key);
   const_iterator find(const data_t& key) const;
+  iterator find(const hashed_key& key);
+  const_iterator find(const hashed_key& key) const;
   bool contains(const data_t& key) const;
+  bool contains(const hashed_key& key) const;
 
   /// The value of the key, which is inserted with an empty value when absent. Throws std::runtime_error "Cannot use
   /// custom values as a key" or "Cannot have a null key".
@@ -65,11 +69,19 @@ class map_t {
   /// The value of the key. Throws std::runtime_error "Element not in map" if it is absent.
   const data_t& at(const data_t& key) const;
   data_t& at(const data_t& key);
+  const data_t& at(const hashed_key& key) const;
+  data_t& at(const hashed_key& key);
 
   /// Adds an entry. An existing entry of the key stays as it is, and the rejected key and value are destroyed. Gives
   /// the entry and whether it is new. Throws std::runtime_error "Cannot use custom values as a key" or "Cannot have a
   /// null key".
   std::pair<iterator, bool> insert(data_t&& key, data_t&& value);
+
+  /// The same with a key that is copied only if its entry is new.
+  std::pair<iterator, bool> insert(const hashed_key& key, data_t&& value);
+
+  /// Gives the key the value, in place of an earlier one if it has one, and returns where it is now.
+  data_t& set(const hashed_key& key, data_t&& value);
 
   /// Removes the entry, which becomes a tombstone; `end()` does nothing. An iterator of another map is reported with
   /// "Invalid comparison of iterators into different maps".
@@ -77,9 +89,11 @@ class map_t {
 
   /// Removes the entry of the key and tells whether there was one.
   bool erase(const data_t& key);
+  bool erase(const hashed_key& key);
 
   /// Removes the entry of the key and gives its value; an empty one without an entry.
   data_t take(const data_t& key);
+  data_t take(const hashed_key& key);
 
   /// The name that the map bears, or null. It takes part in equality and rendering.
   const char* name() const noexcept { return block ? block->name : nullptr; }
@@ -99,10 +113,17 @@ class map_t {
   map_slot* slots() const noexcept { return reinterpret_cast<map_slot*>(block + 1); }
   std::uint64_t capacity() const noexcept { return block ? block->capacity : 0; }
   Position locate(const data_t& key, std::uint64_t hash) const;
+  std::uint64_t indexOf(const data_t& key, std::uint64_t hash) const;
   Position makeRoom(const data_t& key, std::uint64_t hash, Position position);
+  map_slot& occupy(std::uint64_t index, std::uint64_t hash, data_t& key, data_t& value);
+  const data_t& valueAt(std::uint64_t index) const;
+  void eraseAt(std::uint64_t index);
+  data_t takeAt(std::uint64_t index);
   iterator iteratorAt(std::uint64_t index) noexcept;
   const_iterator iteratorAt(std::uint64_t index) const noexcept;
   std::uint64_t firstOccupied() const noexcept;
+
+  friend bool operator==(const map_t& a, const map_t& b);
 
   map_header* block = nullptr;
 };

@@ -23,8 +23,8 @@ void CurrentUserHandler::handleResponse(Message& response, OutstandingRequest& r
           config.prefixQueryChannel(constants.channelFindCurrentUser.copy()));
   time.parseTimes(user);
   map_t payload;
-  payload.insert(constants.reqId.copy(), request.getMetadataMap().at(constants.reqId).copy());
-  payload.insert(constants.user.copy(), std::move(user));
+  payload.insert(constants.reqId, request.getMetadataMap().at(constants.reqId).copy());
+  payload.insert(constants.user, std::move(user));
   response.setPayload(std::move(payload));
   responseSender.sendResponse(response);
 }

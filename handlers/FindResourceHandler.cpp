@@ -94,8 +94,8 @@ Message BasicFindHandler::makeResponseEvent(map_t&& parsed, std::int64_t reqId) 
   address(event, responseType, config.prefixQueryChannel(responseChannelName.copy()));
   addTenantId(parsed);
   map_t payload;
-  payload.insert(bodyKey.copy(), std::move(parsed));
-  payload[constants.reqId] = reqId;
+  payload.insert(bodyKey, std::move(parsed));
+  payload.set(constants.reqId, reqId);
   event.setPayload(std::move(payload));
   return event;
 }
@@ -105,11 +105,11 @@ void BasicFindHandler::handleError(Message& response, OutstandingRequest& reques
   if (!response.getPayload().is(Tag::map)) return;
   map_t& metadata = request.getMetadataMap();
   keepStatusCode(response, request);
-  metadata[constants.sentError] = true;
+  metadata.set(constants.sentError, true);
   Message event = makeErrorEvent(response, request);
   std::string text = event.getPayload().get<map_t>().at(constants.messageOfError).get<std::string>();
   responseSender.sendResponse(event);
-  metadata[constants.message] = text;
+  metadata.set(constants.message, text);
 }
 
 void BasicFindHandler::finishedHandling(Message& request) {
@@ -127,14 +127,14 @@ void BasicFindHandler::sendAck(std::int64_t reqId, const std::string& text, Mess
   responseSender.sendResponse(event);
 }
 
-Message BasicFindHandler::makeFinalEvent(std::int64_t reqId, const data_t& textKey, const std::string& text,
+Message BasicFindHandler::makeFinalEvent(std::int64_t reqId, const hashed_key& textKey, const std::string& text,
                                          const Message& request) const {
   const map_t& metadata = request.getMetadataMap();
   map_t payload;
-  payload.insert(constants.error.copy(), metadata.contains(constants.sentError));
-  payload.insert(constants.statusCode.copy(), keptStatusCode(request));
-  payload.insert(textKey.copy(), text);
-  payload.insert(constants.reqId.copy(), reqId);
+  payload.insert(constants.error, metadata.contains(constants.sentError));
+  payload.insert(constants.statusCode, keptStatusCode(request));
+  payload.insert(textKey, text);
+  payload.insert(constants.reqId, reqId);
 
   Message event(std::move(payload));
   address(event, completionType, config.prefixQueryChannel(responseChannelName.copy()));

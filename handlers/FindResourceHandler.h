@@ -17,7 +17,7 @@ struct FindTraits {
   const data_t& responseType;         ///< type of a result event
   const data_t& completionType;       ///< type of the final event
   const data_t& responseChannelName;  ///< channel of both, before the prefix
-  const data_t& bodyKey;              ///< where a result event's payload holds the element
+  const hashed_key& bodyKey;          ///< where a result event's payload holds the element
 };
 
 /// What all find queries share; only the parser differs. See `FindResourceHandler`.
@@ -54,7 +54,7 @@ class BasicFindHandler : public PagedHandler {
   virtual map_t parse(map_t&& element) const = 0;
 
   /// The final event: whether an Error event went out, the latest status or 200, the text under `textKey`, the reqId.
-  Message makeFinalEvent(std::int64_t reqId, const data_t& textKey, const std::string& text,
+  Message makeFinalEvent(std::int64_t reqId, const hashed_key& textKey, const std::string& text,
                          const Message& request) const;
 
   /// Converts the times of a request; when that fails, sends the final event before the exception goes on.
@@ -63,7 +63,7 @@ class BasicFindHandler : public PagedHandler {
   const data_t& responseType;
   const data_t& completionType;
   const data_t& responseChannelName;
-  const data_t& bodyKey;
+  const hashed_key& bodyKey;
 
  private:
   void moveIdToPath(Message& request) const;

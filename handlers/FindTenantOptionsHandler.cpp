@@ -43,13 +43,13 @@ void FindTenantOptionsHandler::buildPath(Message& request) const {
     if (!key.empty()) path += "/" + key.convert_to<std::string>();
     setFetchAllPages(request, false);
   }
-  request.getMetadataMap().at(constants.http).get<map_t>()[constants.path] = path;
+  request.getMetadataMap().at(constants.http).get<map_t>().set(constants.path, path);
 }
 
-void FindTenantOptionsHandler::moveToMetadata(Message& request, const data_t& key) const {
+void FindTenantOptionsHandler::moveToMetadata(Message& request, const hashed_key& key) const {
   data_t value = queryStringOf(request).take(key);
   if (value.isString() && value.get<std::string_view>().empty()) value = data_t();
-  request.getMetadataMap()[key] = std::move(value);
+  request.getMetadataMap().set(key, std::move(value));
 }
 
 void FindTenantOptionsHandler::handleResponse(Message& response, OutstandingRequest& request) {
@@ -99,9 +99,9 @@ std::uint64_t FindTenantOptionsHandler::collect(Message& response, const Message
 
 map_t FindTenantOptionsHandler::makeOption(const data_t& category, const data_t& key, data_t&& value) const {
   map_t option;
-  option.insert(constants.category.copy(), category.copy());
-  option.insert(constants.key.copy(), key.copy());
-  option.insert(constants.value.copy(), std::move(value));
+  option.insert(constants.category, category.copy());
+  option.insert(constants.key, key.copy());
+  option.insert(constants.value, std::move(value));
   return option;
 }
 
@@ -122,9 +122,9 @@ void FindTenantOptionsHandler::keepOptions(std::int64_t reqId, list_t&& collecte
 void FindTenantOptionsHandler::finishedHandling(Message& request) {
   const std::int64_t reqId = reqIdOf(request);
   map_t payload;
-  payload.insert(constants.reqId.copy(), reqId);
-  payload.insert(constants.optionsOfTenant.copy(), takeOptions(reqId));
-  payload.insert(constants.statusCode.copy(), keptStatusCode(request));
+  payload.insert(constants.reqId, reqId);
+  payload.insert(constants.optionsOfTenant, takeOptions(reqId));
+  payload.insert(constants.statusCode, keptStatusCode(request));
 
   Message event(std::move(payload));
   address(event, constants.typeFindTenantOptionsResponse,

@@ -25,7 +25,7 @@ class FindTenantOptionsHandler final : public PagedHandler {
 
  private:
   void buildPath(Message& request) const;
-  void moveToMetadata(Message& request, const data_t& key) const;
+  void moveToMetadata(Message& request, const hashed_key& key) const;
   std::uint64_t collect(Message& response, const Message& request, list_t& collected) const;
   map_t makeOption(const data_t& category, const data_t& key, data_t&& value) const;
   list_t takeOptions(std::int64_t reqId) EXCLUDES(optionsLock);

@@ -40,15 +40,15 @@ void GenericRequestHandler::handleResponse(Message& response, OutstandingRequest
   if (payload.is(Tag::map))
     PagedHandler::handleResponse(response, request);
   else
-    request.getMetadataMap()[constants.message] = payload.empty() ? data_t() : data_t(to_string(payload));
+    request.getMetadataMap().set(constants.message, payload.empty() ? data_t() : data_t(to_string(payload)));
 }
 
 void GenericRequestHandler::handleError(Message& response, OutstandingRequest& request) {
   map_t& metadata = request.getMetadataMap();
   keepStatusCode(response, request);
-  metadata[constants.sentError] = true;
+  metadata.set(constants.sentError, true);
   Message event = makeErrorEvent(response, request);
-  metadata[constants.message] = event.getPayload().get<map_t>().at(constants.messageOfError).copy();
+  metadata.set(constants.message, event.getPayload().get<map_t>().at(constants.messageOfError).copy());
   logErrorResponse(event, request);
   responseSender.sendResponse(event);
 }
@@ -62,10 +62,10 @@ bool GenericRequestHandler::isErrorResponse(const Message& response) const {
 
 Message GenericRequestHandler::makeResponseEvent(map_t&& parsed, std::int64_t reqId) const {
   map_t payload;
-  payload.insert(bodyKey.copy(), std::move(parsed));
+  payload.insert(bodyKey, std::move(parsed));
   Message event(std::move(payload));
   address(event, responseType, config.prefixQueryChannel(responseChannelName.copy()));
-  event.putMetadataValue(constants.reqId.copy(), reqId);
+  event.putMetadataValue(constants.reqId, reqId);
   return event;
 }
 

@@ -11,16 +11,13 @@ namespace com::tallowmere::connectivity::plugins {
 namespace {
 
 /// The map under `key`, which is made if there is none.
-map_t& mapAt(map_t& parent, const data_t& key) {
+map_t& mapAt(map_t& parent, const hashed_key& key) {
   const auto found = parent.find(key);
-  if (found != parent.end()) return found->second.get<map_t>();
-  data_t& value = parent[key];
-  value = map_t();
-  return value.get<map_t>();
+  return (found != parent.end() ? found->second : parent.set(key, map_t())).get<map_t>();
 }
 
 /// Whether the map has the key, with anything but the empty string under it.
-bool hasText(const map_t& map, const data_t& key) {
+bool hasText(const map_t& map, const hashed_key& key) {
   const auto found = map.find(key);
   return found != map.end() && !(found->second.isString() && found->second.get<std::string_view>().empty());
 }
@@ -44,7 +41,7 @@ void Handler::finishedHandling(Message& request) {
 }
 
 void Handler::addTenantId(map_t& parsed) const {
-  if (!config.tenantId.empty()) parsed[constants.tenantId] = config.tenantId;
+  if (!config.tenantId.empty()) parsed.set(constants.tenantId, config.tenantId);
 }
 
 bool Handler::isErrorResponse(const Message& response) const {
@@ -70,7 +67,8 @@ void Handler::checkPayloadIsMap(const Message& event) const {
 void Handler::addApplicationKey(Message& request) const {
   if (config.appKey.empty()) return;
   map_t& headers = mapAt(request.getMetadataMap().at(constants.http).get<map_t>(), constants.headers);
-  if (!headers.contains(constants.headerApplicationKey)) headers[constants.headerApplicationKey] = config.appKey.copy();
+  if (!headers.contains(constants.headerApplicationKey))
+    headers.set(constants.headerApplicationKey, config.appKey.copy());
   const auto key = headers.find(constants.headerApplicationKey);
   if (!key->second.get<std::string_view>().empty()) return;
   logger.debug("X-Marlovance-Application-Key is empty so removing it from headers");
@@ -79,7 +77,7 @@ void Handler::addApplicationKey(Message& request) const {
 
 void Handler::addAuthorization(Message& request) const {
   map_t& http = request.getMetadataMap().at(constants.http).get<map_t>();
-  mapAt(http, constants.headers)[constants.authorization] = config.authorization.copy();
+  mapAt(http, constants.headers).set(constants.authorization, config.authorization.copy());
 }
 
 void Handler::addAuthorizationUnlessCookie(Message& request) const {
@@ -102,8 +100,8 @@ void Handler::addAuthorizationUnlessCookie(Message& request) const {
 }
 
 void Handler::address(Message& event, const data_t& type, data_t channel) {
-  event.putMetadataValue(frameKeys.type.copy(), type.copy());
-  event.putMetadataValue(frameKeys.channel.copy(), std::move(channel));
+  event.putMetadataValue(frameKeys.type, type.copy());
+  event.putMetadataValue(frameKeys.channel, std::move(channel));
 }
 
 bool Handler::requiresResponse(const Message& request) const {

@@ -10,8 +10,8 @@ namespace com::tallowmere::connectivity::plugins {
 
 namespace {
 
-void moveEntry(map_t& from, const data_t& key, map_t& to) {
-  if (from.contains(key)) to[key] = from.take(key);
+void moveEntry(map_t& from, const hashed_key& key, map_t& to) {
+  if (from.contains(key)) to.set(key, from.take(key));
 }
 
 }  // namespace
@@ -68,8 +68,8 @@ data_t MeasurementFragmentHandler::getConcurrencyKey(const Message& request) con
 
 void MeasurementFragmentHandler::addTenantId(map_t& parsed) const {
   if (config.tenantId.empty()) return;
-  if (!parsed.contains(constants.params)) parsed[constants.params] = map_t();
-  parsed.at(constants.params).get<map_t>()[constants.tenantId] = config.tenantId;
+  if (!parsed.contains(constants.params)) parsed.set(constants.params, map_t());
+  parsed.at(constants.params).get<map_t>().set(constants.tenantId, config.tenantId);
 }
 
 }  // namespace com::tallowmere::connectivity::plugins

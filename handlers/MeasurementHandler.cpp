@@ -49,15 +49,15 @@ Message MeasurementHandler::sendBatch(BatchSender& batch) {
   list_t measurements;
   for (Message& pending : batch.getPending()) measurements.push_back(std::move(pending.getPayload().get<map_t>()));
   map_t body;
-  body.insert(constants.measurements.copy(), std::move(measurements));
+  body.insert(constants.measurements, std::move(measurements));
   map_t http;
-  http.insert(constants.path.copy(), constants.pathMeasurements.copy());
-  http.insert(constants.method.copy(), constants.methodPost.copy());
+  http.insert(constants.path, constants.pathMeasurements.copy());
+  http.insert(constants.method, constants.methodPost.copy());
 
   Message out(std::move(body));
-  out.putMetadataValue(constants.http.copy(), std::move(http));
-  out.putMetadataValue(constants.contentType.copy(), constants.mediaTypeMeasurementCollection.copy());
-  out.putMetadataValue(frameKeys.type.copy(), constants.typeMeasurement.copy());
+  out.putMetadataValue(constants.http, std::move(http));
+  out.putMetadataValue(constants.contentType, constants.mediaTypeMeasurementCollection.copy());
+  out.putMetadataValue(frameKeys.type, constants.typeMeasurement.copy());
   metrics.startRequest(out);
   addApplicationKey(out);
   addAuthorization(out);

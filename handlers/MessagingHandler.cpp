@@ -14,11 +14,11 @@ void MessagingHandler::handleResponse(Message& response, OutstandingRequest&) {
 
 void MessagingHandler::handleError(Message& response, OutstandingRequest& request) {
   logErrorResponse(response, request);
-  response.putMetadataValue(frameKeys.type.copy(), constants.typeError.copy());
+  response.putMetadataValue(frameKeys.type, constants.typeError.copy());
   data_t& payload = response.getPayload();
   if (!payload.is(Tag::map)) {
     map_t body;
-    body.insert(constants.messageOfError.copy(), payload.isString() ? payload.copy() : data_t(fallbackText));
+    body.insert(constants.messageOfError, payload.isString() ? payload.copy() : data_t(fallbackText));
     payload = std::move(body);
   }
   responseSender.sendResponse(response);

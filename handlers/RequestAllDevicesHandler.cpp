@@ -10,17 +10,17 @@ namespace com::tallowmere::connectivity::plugins {
 
 namespace {
 
-const data_t messageKey("msg");
+const hashed_key messageKey("msg");
 
 /// What the bases refer to and this class does not use.
-const data_t unused;
+const hashed_key unused;
 
 }  // namespace
 
 RequestAllDevicesHandler::RequestAllDevicesHandler(const HandlerServices& services, RequestSender& requestSender)
-    : FindResourceHandler(services, requestSender,
-                          {services.constants.typeManagedObject, services.constants.typeRequestAllDevicesComplete,
-                           unused, unused}) {}
+    : FindResourceHandler(
+          services, requestSender,
+          {services.constants.typeManagedObject, services.constants.typeRequestAllDevicesComplete, unused, unused}) {}
 
 void RequestAllDevicesHandler::handleRequest(Message& event, BatchSender& batch) {
   const map_t& metadata = event.getMetadataMap();
@@ -70,7 +70,7 @@ void RequestAllDevicesHandler::handleError(Message& response, OutstandingRequest
   if (const auto message = body.find(constants.messageOfError); message != body.end()) {
     // The platform's own body goes out as it is.
     text = message->second.copy();
-    response.getMetadataMap()[frameKeys.type] = constants.typeError.copy();
+    response.getMetadataMap().set(frameKeys.type, constants.typeError.copy());
     responseSender.sendResponse(response);
   } else {
     Message event = makeErrorEvent(response, request);
@@ -78,13 +78,13 @@ void RequestAllDevicesHandler::handleError(Message& response, OutstandingRequest
     responseSender.sendResponse(event);
   }
   // Text for the completion event, whatever the platform's message is.
-  request.getMetadataMap()[constants.message] = text.empty() ? data_t() : data_t(to_string(text));
+  request.getMetadataMap().set(constants.message, text.empty() ? data_t() : data_t(to_string(text)));
 }
 
 void RequestAllDevicesHandler::sendAck(std::int64_t reqId, const std::string& text, Message&) {
   map_t payload;
-  payload.insert(constants.reqId.copy(), reqId);
-  if (!text.empty()) payload.insert(messageKey.copy(), text);
+  payload.insert(constants.reqId, reqId);
+  if (!text.empty()) payload.insert(messageKey, text);
   Message event(std::move(payload));
   address(event, completionType, config.prefixNotificationChannel(takeChannel(reqId)));
   responseSender.sendResponse(event);

@@ -12,8 +12,8 @@ namespace com::tallowmere::connectivity::plugins {
 
 namespace {
 
-const data_t toKey("to");
-const data_t bccKey("bcc");
+const hashed_key toKey("to");
+const hashed_key bccKey("bcc");
 
 /// The pieces between commas, as they are; empty ones are dropped.
 list_t splitAtCommas(const std::string& text) {
@@ -38,7 +38,7 @@ void SendEmailHandler::handleRequest(Message& event, BatchSender& batch) {
   if (const auto bcc = payload.find(bccKey); bcc != payload.end()) {
     list_t receivers = splitAtCommas(to_string(bcc->second));
     payload.erase(bcc);
-    if (!receivers.empty()) payload[bccKey] = std::move(receivers);
+    if (!receivers.empty()) payload.set(bccKey, std::move(receivers));
   }
   addApplicationKey(event);
   addAuthorization(event);

@@ -22,19 +22,19 @@ void SendSMSHandler::handleRequest(Message& event, BatchSender& batch) {
   payload.erase(constants.address);
 
   map_t textMessage;
-  textMessage.insert(constants.messageOfSms.copy(), std::move(text));
-  payload.insert(constants.outboundSMSTextMessage.copy(), std::move(textMessage));
+  textMessage.insert(constants.messageOfSms, std::move(text));
+  payload.insert(constants.outboundSMSTextMessage, std::move(textMessage));
   list_t addresses;
   for (const data_t& receiver : receivers) addresses.push_back(config.normaliseAddress(to_string(receiver)));
   const auto sender = payload.find(constants.senderAddress);
   if (sender != payload.end())
     sender->second = config.normaliseAddress(to_string(sender->second));
   else
-    payload[constants.senderAddress] = config.smsSenderAddress.copy();
-  payload.insert(constants.senderName.copy(), config.smsSenderName);
+    payload.set(constants.senderAddress, config.smsSenderAddress.copy());
+  payload.insert(constants.senderName, config.smsSenderName);
 
   map_t body;
-  body.insert(constants.outboundSMSMessageRequest.copy(), std::move(payload));
+  body.insert(constants.outboundSMSMessageRequest, std::move(payload));
   Message message(std::move(body), std::move(event.getMetadataMap()));
   const std::uint64_t requestNo = metrics.startRequest(message);
   std::vector<Message> requests;
@@ -72,7 +72,7 @@ Message SendSMSHandler::makeRequest(const Message& message, const data_t& addres
   path = path.get<std::string>() + "/" + to_string(body.at(constants.senderAddress)) + "/requests";
   list_t receiver;
   receiver.push_back(address.copy());
-  body[constants.address] = std::move(receiver);
+  body.set(constants.address, std::move(receiver));
   addApplicationKey(request);
   addAuthorization(request);
   return request;

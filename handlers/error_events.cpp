@@ -28,10 +28,10 @@ std::string Handler::errorTextOf(const Message& response, const Message& request
 
 Message Handler::makeErrorEvent(Message& response, const Message& request) const {
   const std::string text = errorTextOf(response, request);
-  response.putMetadataValue(frameKeys.type.copy(), constants.typeError.copy());
+  response.putMetadataValue(frameKeys.type, constants.typeError.copy());
   map_t payload;
-  payload.insert(constants.messageOfError.copy(), text);
-  payload.insert(constants.reqId.copy(), request.getMetadataMap().at(constants.reqId).copy());
+  payload.insert(constants.messageOfError, text);
+  payload.insert(constants.reqId, request.getMetadataMap().at(constants.reqId).copy());
   response.setPayload(std::move(payload));
   return std::move(response);
 }
@@ -41,10 +41,10 @@ Message Handler::makeFailureEvent(const data_t& type, const data_t& channel, con
   const std::string text = errorTextOf(response, request);
   const map_t& http = response.getMetadataMap().at(constants.http).get<map_t>();
   map_t payload;
-  payload.insert(constants.error.copy(), true);
-  payload.insert(constants.statusCode.copy(), http.at(constants.statusCode).get<std::int64_t>());
-  payload.insert(constants.errorDetails.copy(), text);
-  payload.insert(constants.reqId.copy(), request.getMetadataMap().at(constants.reqId).copy());
+  payload.insert(constants.error, true);
+  payload.insert(constants.statusCode, http.at(constants.statusCode).get<std::int64_t>());
+  payload.insert(constants.errorDetails, text);
+  payload.insert(constants.reqId, request.getMetadataMap().at(constants.reqId).copy());
 
   Message event(std::move(payload));
   address(event, type, config.prefixQueryChannel(channel.copy()));

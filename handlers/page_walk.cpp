@@ -71,8 +71,8 @@ void PagedHandler::handleResponse(Message& response, OutstandingRequest& request
     totalPages = known->second.get<std::int64_t>();
   } else {
     totalPages = statistics.at(constants.totalPages).get<std::int64_t>();
-    metadata[constants.totalPages] = totalPages;
-    metadata[constants.withTotalPages] = false;
+    metadata.set(constants.totalPages, totalPages);
+    metadata.set(constants.withTotalPages, false);
   }
   const std::int64_t currentPage = statistics.at(constants.currentPage).get<std::int64_t>();
 
@@ -86,7 +86,7 @@ void PagedHandler::fetchNextNumber(OutstandingRequest& request, std::uint64_t co
                                    std::int64_t totalPages) const {
   const std::int64_t reqId = reqIdOf(request);
   if (currentPage >= totalPages) return;
-  queryStringOf(request)[constants.currentPage] = currentPage + 1;
+  queryStringOf(request).set(constants.currentPage, currentPage + 1);
   logger.debug("Got %lu response(s) in page %li with reqId=%li and totalPages=%li", count, currentPage, reqId,
                totalPages);
   fetchNext(request);
@@ -99,7 +99,7 @@ void PagedHandler::fetchNextIds(OutstandingRequest& request, std::uint64_t count
   const std::string last = lastId.get<std::string>();
   const std::string baseFilter = metadata.at(constants.originalQuery).get<std::string>();
   std::string filter = "$filter=((" + baseFilter + ") and (_id gt '" + last + "')) $orderby=_id asc";
-  metadata[constants.pagesLeft] = statistics.at(constants.totalPages).copy();
+  metadata.set(constants.pagesLeft, statistics.at(constants.totalPages).copy());
   map_t& query = queryStringOf(request);
   query[query.contains(constants.query) ? constants.query : constants.q] = filter;
   if (logger.isDebugEnabled())
@@ -114,7 +114,7 @@ void PagedHandler::fetchNext(OutstandingRequest& request) const {
 
 void PagedHandler::keepStatusCode(const Message& response, Message& request) const {
   const map_t& http = response.getMetadataMap().at(constants.http).get<map_t>();
-  request.getMetadataMap()[constants.statusCode] = http.at(constants.statusCode).get<std::int64_t>();
+  request.getMetadataMap().set(constants.statusCode, http.at(constants.statusCode).get<std::int64_t>());
 }
 
 std::int64_t PagedHandler::keptStatusCode(const Message& request) const {

@@ -30,7 +30,7 @@ void PagedHandler::appendToPath(Message& request, const std::string& text) const
 
 void PagedHandler::addPagedQueryParams(Message& request) const {
   map_t& query = queryStringOf(request);
-  if (!query.contains(constants.pageSize)) query[constants.pageSize] = defaultPageSize;
+  if (!query.contains(constants.pageSize)) query.set(constants.pageSize, defaultPageSize);
 
   bool fetchAll = true;
   if (const auto wanted = query.find(constants.withTotalPages); wanted != query.end())
@@ -67,10 +67,10 @@ void PagedHandler::setFetchAllPages(Message& request, bool fetchAll) const {
   if (!isPlainRead || isForOne) {
     query.erase(constants.withTotalPages);
   } else {
-    query[constants.withTotalPages] = fetchAll;
+    query.set(constants.withTotalPages, fetchAll);
     outcome = fetchAll;
   }
-  request.getMetadataMap()[constants.getAllPages] = outcome;
+  request.getMetadataMap().set(constants.getAllPages, outcome);
   // The line tells what was asked for, whatever came of it.
   if (logger.isDebugEnabled())
     logger.debug("Update request to %s fetch all pages %s", fetchAll ? "" : "not ", to_string(request).c_str());
@@ -78,21 +78,21 @@ void PagedHandler::setFetchAllPages(Message& request, bool fetchAll) const {
 
 bool PagedHandler::optimizeQuery(Message& request) const {
   map_t& query = queryStringOf(request);
-  const data_t* name = query.contains(constants.q)       ? &constants.q
-                       : query.contains(constants.query) ? &constants.query
-                                                         : nullptr;
+  const hashed_key* name = query.contains(constants.q)       ? &constants.q
+                           : query.contains(constants.query) ? &constants.query
+                                                             : nullptr;
   if (!name) return false;
   std::string text = query.at(*name).get<std::string>();
   if (text.empty() || contains(text, "orderby") || contains(text, "_id")) return false;
 
   map_t& metadata = request.getMetadataMap();
-  metadata[constants.simpleQuery] = true;
+  metadata.set(constants.simpleQuery, true);
   const std::string before = text;
   if (const std::size_t mark = text.find(filterMark); mark != std::string::npos)
     text.erase(0, mark + filterMark.size());
-  metadata[constants.originalQuery] = text;
+  metadata.set(constants.originalQuery, text);
   const std::string optimized = "$filter=((" + text + ") and (_id gt '0')) $orderby=_id asc";
-  query[*name] = optimized;
+  query.set(*name, optimized);
   logger.debug("Detected optimizable query %s, optimized as %s", before.c_str(), optimized.c_str());
   metadata.erase(constants.currentPage);
   return true;

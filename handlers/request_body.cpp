@@ -37,7 +37,7 @@ FieldNames fieldNames(std::initializer_list<const char*> names) {
 }
 
 void removeEmptyFields(map_t& body, const FieldNames& fields, const Logger& logger) {
-  for (const data_t& name : fields) {
+  for (const hashed_key& name : fields) {
     const auto field = body.find(name);
     if (field == body.end() || !isEmptyField(field->second)) continue;
     logger.debug("Removing \"%s\" field", name.get<const char*>());
@@ -46,7 +46,7 @@ void removeEmptyFields(map_t& body, const FieldNames& fields, const Logger& logg
 }
 
 void removeFields(map_t& body, const FieldNames& fields) {
-  for (const data_t& name : fields) body.erase(name);
+  for (const hashed_key& name : fields) body.erase(name);
 }
 
 }  // namespace com::tallowmere::connectivity::plugins

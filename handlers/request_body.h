@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "connectivity/Logger.h"
-#include "connectivity/data_t.h"
+#include "connectivity/hashed_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
 using namespace com::tallowmere::connectivity10_15_4;
 
 /// Names of fields, as ready-made owned strings.
-using FieldNames = std::vector<data_t>;
+using FieldNames = std::vector<hashed_key>;
 
 /// A list of field names.
 FieldNames fieldNames(std::initializer_list<const char*> names);

@@ -39,8 +39,8 @@ std::optional<std::string> textOf(double millis, const icu::SimpleDateFormat& fo
   return std::string(utf8.get());
 }
 
-std::vector<data_t> names(std::initializer_list<const char*> texts) {
-  std::vector<data_t> result;
+std::vector<hashed_key> names(std::initializer_list<const char*> texts) {
+  std::vector<hashed_key> result;
   for (const char* text : texts) result.emplace_back(text);
   return result;
 }
@@ -107,7 +107,7 @@ void Time::convertMessageTimes(Message& request) {
   if (request.getPayload().is(Tag::map)) {
     map_t& payload = request.getPayload().get<map_t>();
     warnOfSmallTime(payload, request);
-    for (const data_t& field : queryTimeFields) convertQueryTime(payload, field);
+    for (const hashed_key& field : queryTimeFields) convertQueryTime(payload, field);
   }
   map_t& metadata = request.getMetadataMap();
   const auto http = metadata.find(constants.http);
@@ -115,7 +115,7 @@ void Time::convertMessageTimes(Message& request) {
   map_t& fields = http->second.get<map_t>();
   const auto query = fields.find(constants.queryString);
   if (query == fields.end()) return;
-  for (const data_t& field : queryTimeFields) convertQueryTime(query->second.get<map_t>(), field);
+  for (const hashed_key& field : queryTimeFields) convertQueryTime(query->second.get<map_t>(), field);
 }
 
 void Time::warnOfSmallTime(const map_t& payload, const Message& request) {
@@ -130,19 +130,25 @@ void Time::warnOfSmallTime(const map_t& payload, const Message& request) {
     logger.warn("Invalid or uninitialized timestamp in [%s]", to_string(request).c_str());
 }
 
-void Time::convertQueryTime(map_t& map, const data_t& key) {
+void Time::convertQueryTime(map_t& map, const hashed_key& key) {
   const auto found = map.find(key);
   if (found == map.end()) return;
   const double seconds = secondsOf(found->second, key);
   if (!formatterIsWhole) return;
-  if (const auto text = textOf(seconds * millisPerSecond, formatter, formatterStatus)) found->second = *text;
+  const double millis = seconds * millisPerSecond;
+  if (const char* const known = writtenTexts.find(millis)) {
+    found->second = known;
+  } else if (const auto text = textOf(millis, formatter, formatterStatus)) {
+    writtenTexts.keep(millis, *text);
+    found->second = *text;
+  }
 }
 
 void Time::parseTimes(map_t& document) {
-  for (const data_t& field : parsedTimeFields) parseTimeField(document, field);
+  for (const hashed_key& field : parsedTimeFields) parseTimeField(document, field);
 }
 
-void Time::parseTimeField(map_t& document, const data_t& key) {
+void Time::parseTimeField(map_t& document, const hashed_key& key) {
   const auto found = document.find(key);
   if (found == document.end()) return;
   found->second = parseSeconds(found->second, key.get<const char*>());
@@ -156,13 +162,7 @@ double Time::parseSeconds(const data_t& value, const char* key) {
                      value.type_name(), to_string(value).c_str());
       return 0.0;
     }
-    const char* const text = value.get<const char*>();
-    if (parserIsWhole) {
-      parserStatus = U_ZERO_ERROR;
-      const UDate millis = parser.parse(icu::UnicodeString::fromUTF8(text), parserStatus);
-      if (U_SUCCESS(parserStatus)) return millis / millisPerSecond;
-    }
-    logger.debug("Failed to parse field '%s' with value %s: error code %d", key, text, static_cast<int>(parserStatus));
+    return parseText(value.get<const char*>(), key);
   } catch (const std::exception& failure) {
     swallow([&] {
       if (logger.isDebugEnabled())
@@ -170,6 +170,21 @@ double Time::parseSeconds(const data_t& value, const char* key) {
                      value.type_name(), to_string(value).c_str(), failure.what());
     });
   }
+  return 0.0;
+}
+
+double Time::parseText(const char* text, const char* key) {
+  const TimestampMemo::Key timestamp(text);
+  if (const double* const known = readTimestamps.find(timestamp)) return *known;
+  if (parserIsWhole) {
+    parserStatus = U_ZERO_ERROR;
+    const UDate millis = parser.parse(icu::UnicodeString::fromUTF8(text), parserStatus);
+    if (U_SUCCESS(parserStatus)) {
+      readTimestamps.keep(timestamp, millis / millisPerSecond);
+      return millis / millisPerSecond;
+    }
+  }
+  logger.debug("Failed to parse field '%s' with value %s: error code %d", key, text, static_cast<int>(parserStatus));
   return 0.0;
 }
 

@@ -12,6 +12,8 @@
 #include "connectivity/Logger.h"
 #include "connectivity/Message.h"
 #include "connectivity/thread_annotations.h"
+#include "parsers/InstantMemo.h"
+#include "parsers/TimestampMemo.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -34,7 +36,7 @@ class Time {
   /// std::runtime_error "KEY query param should be given in seconds since epoch. Instead it got TEXT", or "Failed to
   /// parse 'KEY' query param with type TYPE and value VALUE. Query param should be given in seconds since epoch."
   /// [request thread]
-  void convertQueryTime(map_t& map, const data_t& key);
+  void convertQueryTime(map_t& map, const hashed_key& key);
 
   /// Towards the host: `parseTimeField` for "time", "creationTime", "lastUpdated" and "firstOccurrenceTime".
   /// [response thread]
@@ -42,7 +44,7 @@ class Time {
 
   /// Replaces the text under `key` by its seconds, or by 0.0, after a debug line, when it can't be read. [response
   /// thread]
-  void parseTimeField(map_t& document, const data_t& key);
+  void parseTimeField(map_t& document, const hashed_key& key);
 
   /// The present moment in UTC, or nothing after the error line "Unable to format time". [any thread]
   std::string formatNow() EXCLUDES(utcMutex);
@@ -51,11 +53,12 @@ class Time {
   void applyZone(const char* zone);
   void warnOfSmallTime(const map_t& payload, const Message& request);
   double parseSeconds(const data_t& value, const char* key);
+  double parseText(const char* text, const char* key);
 
   icu::UnicodeString formatPattern;
   icu::UnicodeString utcFormatPattern;
-  std::vector<data_t> queryTimeFields;
-  std::vector<data_t> parsedTimeFields;
+  std::vector<hashed_key> queryTimeFields;
+  std::vector<hashed_key> parsedTimeFields;
   UErrorCode formatterStatus = U_ZERO_ERROR;  ///< of the request thread
   icu::SimpleDateFormat formatter;
   const bool
@@ -63,6 +66,8 @@ class Time {
   UErrorCode parserStatus = U_ZERO_ERROR;  ///< of the response thread
   icu::SimpleDateFormat parser;
   const bool parserIsWhole;
+  InstantMemo writtenTexts;      ///< of the request thread; valid for good, since the zone never changes
+  TimestampMemo readTimestamps;  ///< of the response thread
   Mutex utcMutex;
   UErrorCode utcFormatterStatus GUARDED_BY(utcMutex) = U_ZERO_ERROR;
   icu::SimpleDateFormat utcFormatter GUARDED_BY(utcMutex);

@@ -14,19 +14,21 @@ namespace com::tallowmere::connectivity::plugins {
 namespace {
 
 struct Renaming {
-  data_t from;
-  data_t to;
+  Renaming(const char* from, const char* to) : from(from), to(to) {}
+
+  hashed_key from;
+  hashed_key to;
 };
 
 const std::vector<Renaming>& referenceCollections() {
   static const std::vector<Renaming> table = [] {
     std::vector<Renaming> names;
-    names.push_back({"additionParents", "additionParentIds"});
-    names.push_back({"assetParents", "assetParentIds"});
-    names.push_back({"childAdditions", "childAdditionIds"});
-    names.push_back({"childAssets", "childAssetIds"});
-    names.push_back({"childDevices", "childDeviceIds"});
-    names.push_back({"deviceParents", "deviceParentIds"});
+    names.emplace_back("additionParents", "additionParentIds");
+    names.emplace_back("assetParents", "assetParentIds");
+    names.emplace_back("childAdditions", "childAdditionIds");
+    names.emplace_back("childAssets", "childAssetIds");
+    names.emplace_back("childDevices", "childDeviceIds");
+    names.emplace_back("deviceParents", "deviceParentIds");
     return names;
   }();
   return table;
@@ -35,15 +37,15 @@ const std::vector<Renaming>& referenceCollections() {
 const std::vector<Renaming>& supportedLists() {
   static const std::vector<Renaming> table = [] {
     std::vector<Renaming> names;
-    names.push_back({"q4v_SupportedMeasurements", "supportedMeasurements"});
-    names.push_back({"q4v_SupportedOperations", "supportedOperations"});
+    names.emplace_back("q4v_SupportedMeasurements", "supportedMeasurements");
+    names.emplace_back("q4v_SupportedOperations", "supportedOperations");
     return names;
   }();
   return table;
 }
 
 const Renaming& positionKeys() {
-  static const Renaming keys{"q4v_Position", "position"};
+  static const Renaming keys("q4v_Position", "position");
   return keys;
 }
 
@@ -57,7 +59,7 @@ void collectIds(map_t& document, const Renaming& collection, const DataConstants
     ids.push_back(managedObject.get<map_t>().take(constants.id));
   }
   document.erase(collection.from);
-  document[collection.to] = std::move(ids);
+  document.set(collection.to, std::move(ids));
 }
 
 bool holdsStringsOnly(const list_t& list) {
@@ -69,7 +71,7 @@ bool holdsStringsOnly(const list_t& list) {
 void renameSupportedList(map_t& document, const Renaming& renaming) {
   const auto found = document.find(renaming.from);
   if (found == document.end() || !found->second.is(Tag::list) || !holdsStringsOnly(found->second.get<list_t>())) return;
-  document[renaming.to] = document.take(renaming.from);
+  document.set(renaming.to, document.take(renaming.from));
 }
 
 // Hexadecimal text is not numeric; text of length 0 is.
@@ -108,7 +110,7 @@ void reshapePosition(map_t& document) {
   }
   for (const data_t& key : leaving) positionMap.erase(key);
 
-  document[keys.to] = document.take(keys.from);
+  document.set(keys.to, document.take(keys.from));
   for (auto& [key, value] : moved) document[key] = std::move(value);
 }
 

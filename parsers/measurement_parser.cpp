@@ -16,8 +16,8 @@ bool isFragment(const data_t& value, const DataConstants& constants) {
 }
 
 /// Moves the entry into the document, where an entry of that key wins.
-void moveEntry(map_t& from, const data_t& key, map_t& document) {
-  if (from.contains(key)) document.insert(key.copy(), from.take(key));
+void moveEntry(map_t& from, const hashed_key& key, map_t& document) {
+  if (from.contains(key)) document.insert(key, from.take(key));
 }
 
 }  // namespace
@@ -28,7 +28,7 @@ map_t measurementParser(map_t&& document, Time& time, const DataConstants& const
   for (auto& [name, value] : document)
     if (isFragment(value, constants)) fragments.insert(sameKey(name), std::move(value));
   for (const auto& [name, fragment] : fragments) document.erase(name);
-  document.insert(constants.measurements.copy(), std::move(fragments));
+  document.insert(constants.measurements, std::move(fragments));
   return std::move(document);
 }
 
@@ -43,9 +43,9 @@ map_t measurementFragmentParser(map_t&& document, Time& time, const DataConstant
   map_t& series = first->second.get<map_t>();
   moveEntry(series, constants.unit, document);
   moveEntry(series, constants.value, document);
-  document.insert(constants.params.copy(), std::move(series));
-  document.insert(constants.valueFragment.copy(), fragment->first.copy());
-  document.insert(constants.valueSeries.copy(), first->first.copy());
+  document.insert(constants.params, std::move(series));
+  document.insert(constants.valueFragment, fragment->first.copy());
+  document.insert(constants.valueSeries, first->first.copy());
   return std::move(document);
 }
 

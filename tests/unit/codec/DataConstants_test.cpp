@@ -66,10 +66,11 @@ const std::vector<std::string> texts = {
     "concurrencyControlKey", "concurrencyControlFlush"};
 
 std::vector<const data_t*> membersOf(const DataConstants& constants) {
-  static_assert(sizeof(DataConstants) % sizeof(data_t) == 0);
-  const auto* first = reinterpret_cast<const data_t*>(&constants);
+  static_assert(sizeof(DataConstants) % sizeof(hashed_key) == 0);
+  const auto* first = reinterpret_cast<const hashed_key*>(&constants);
   std::vector<const data_t*> members;
-  for (std::size_t index = 0; index < sizeof(DataConstants) / sizeof(data_t); ++index) members.push_back(first + index);
+  for (std::size_t index = 0; index < sizeof(DataConstants) / sizeof(hashed_key); ++index)
+    members.push_back(first + index);
   return members;
 }
 
@@ -90,8 +91,8 @@ TEST(DataConstantsTest, OwnsEachText) {
 
 TEST(DataConstantsTest, KeepsEqualTextsApart) {
   DataConstants constants;
-  constants.message = "changed";
-  constants.options = "changed";
+  constants.message = hashed_key("changed");
+  constants.options = hashed_key("changed");
   EXPECT_EQ(constants.messageOfError.get<std::string>(), "message");
   EXPECT_EQ(constants.messageOfSms.get<std::string>(), "message");
   EXPECT_EQ(constants.optionsOfTenant.get<std::string>(), "options");

@@ -13,8 +13,8 @@ class TimeTowardsPlatformTest : public ParserTest {
   /// What becomes of a value, as JSON, under "dateFrom" of a query string.
   std::string converted(std::string_view value) {
     product::map_t query = mapFromJson(R"({"dateFrom": )" + std::string(value) + "}");
-    time().convertQueryTime(query, product::data_t("dateFrom"));
-    return toJson(query.at(product::data_t("dateFrom")));
+    time().convertQueryTime(query, product::hashed_key("dateFrom"));
+    return toJson(query.at(product::hashed_key("dateFrom")));
   }
 
   /// The message after the conversion of its times.

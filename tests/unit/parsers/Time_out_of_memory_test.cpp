@@ -114,7 +114,7 @@ class TimeOutOfMemoryTest : public ParserTest {
 
   static void use(plugins::Time& time, const Tell& tell) {
     product::map_t query = mapFromJson(R"({"time": 1.5})");
-    time.convertQueryTime(query, product::data_t("time"));
+    time.convertQueryTime(query, product::hashed_key("time"));
     tell("written", toJson(query));
     product::map_t document = mapFromJson(R"({"time": "2020-09-13T12:26:40.250Z"})");
     time.parseTimes(document);

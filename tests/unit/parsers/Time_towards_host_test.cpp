@@ -12,8 +12,8 @@ class TimeTowardsHostTest : public ParserTest {
   /// What becomes of a value, as JSON, under "lastUpdated" of a document.
   std::string read(std::string_view value) {
     product::map_t document = mapFromJson(R"({"lastUpdated": )" + std::string(value) + "}");
-    time().parseTimeField(document, product::data_t("lastUpdated"));
-    return toJson(document.at(product::data_t("lastUpdated")));
+    time().parseTimeField(document, product::hashed_key("lastUpdated"));
+    return toJson(document.at(product::hashed_key("lastUpdated")));
   }
 
   std::string readDocument(std::string_view text) {
@@ -72,7 +72,7 @@ TEST_F(TimeTowardsHostTest, AddsNoFieldThatIsMissing) {
 
 TEST_F(TimeTowardsHostTest, ReadsAFieldOfAnyName) {
   product::map_t document = mapFromJson(R"({"when": "1970-01-01T00:00:01.500Z"})");
-  time().parseTimeField(document, product::data_t("when"));
+  time().parseTimeField(document, product::hashed_key("when"));
   EXPECT_EQ(toJson(document), json(R"({"when": 1.5})"));
 }
 

@@ -116,7 +116,7 @@ TEST_F(TimeTowardsPlatformTest, TakesTextWithNothingLeftBehindTheNumber) {
 
 TEST_F(TimeTowardsPlatformTest, LeavesAMapWithoutTheKeyAlone) {
   product::map_t query = mapFromJson(R"({"dateTo": 1.5})");
-  time().convertQueryTime(query, product::data_t("dateFrom"));
+  time().convertQueryTime(query, product::hashed_key("dateFrom"));
   EXPECT_EQ(toJson(query), json(R"({"dateTo": 1.5})"));
 }
 
