@@ -69,4 +69,11 @@ void HandlerFixture::respond(const MessageBuilder& builder) {
     handler->handleResponse(response, request);
 }
 
+std::size_t HandlerFixture::endedRequests() {
+  std::size_t count = 0;
+  for (const auto& [key, text] : TestHost::statusHistory())
+    if (key == std::string(CodecParts::statusPrefix) + ".requestLatencyEWMAShortMillis") ++count;
+  return count;
+}
+
 }  // namespace tests

@@ -54,6 +54,11 @@ class HandlerFixture : public testing::Test {
   /// The events that reached the host since the last call.
   std::vector<Received> takeHostEvents() { return parts->host.takeAll(); }
 
+  /// How many logical requests have come to their end since the test began, told by the average of their latencies: so
+  /// the clock must move, and no latency may repeat the average. `moveClock` sees to the first.
+  static std::size_t endedRequests();
+  static void moveClock() { TestHost::advanceAtEachReading(1.0); }
+
   /// Further lines are those of what the test does from here.
   static void forgetLogs() { TestHost::drain(); }
 
