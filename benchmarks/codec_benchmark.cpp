@@ -3,69 +3,13 @@
 #include <chrono>
 #include <memory>
 #include <thread>
-#include <vector>
 
-#include "benchmarks/codec/sides.h"
+#include "benchmarks/codec/driving.h"
 #include "benchmarks/harness.h"
 
 namespace benchmarks {
 
 namespace {
-
-using MakeSide = std::unique_ptr<Side> (*)(bool isTimeStubbed);
-
-/// Numbers that no two rounds share, so that no time is converted twice.
-int nextNumbers(int count) {
-  static int next = 0;
-  next += count;
-  return next - count;
-}
-
-/// Sends what `texts` say, the part under the stopwatch, and cleans up.
-void send(Side& side, const std::vector<MessageText>& texts, void (Side::*direction)(), Stopwatch& stopwatch) {
-  side.load(texts);
-  stopwatch.timed([&] { (side.*direction)(); });
-  side.unload();
-}
-
-void requestAlarms(Side& side, int count, int number, Stopwatch& stopwatch) {
-  std::vector<MessageText> events;
-  for (int i = 0; i < count; ++i) events.push_back(alarmEvent(number + i));
-  send(side, events, &Side::sendTowardsTransport, stopwatch);
-}
-
-void answerAlarms(Side& side, int number, Stopwatch& stopwatch) {
-  std::vector<MessageText> responses;
-  for (const std::int64_t id : std::exchange(side.received.requestIds, {}))
-    responses.push_back(alarmResponse(id, number++));
-  send(side, responses, &Side::sendTowardsHost, stopwatch);
-}
-
-void runAlarms(Side& side, int count, Stopwatch& stopwatch) {
-  const int number = nextNumbers(count);
-  requestAlarms(side, count, number, stopwatch);
-  answerAlarms(side, number, stopwatch);
-}
-
-void runMeasurements(Side& side, int count, Stopwatch& stopwatch) {
-  const int number = nextNumbers(count);
-  std::vector<MessageText> events;
-  for (int i = 0; i < count; ++i) events.push_back(measurementEvent(number + i));
-  send(side, events, &Side::sendTowardsTransport, stopwatch);
-  Stopwatch unmeasured;
-  for (const std::int64_t id : std::exchange(side.received.requestIds, {}))
-    send(side, {collectionResponse(id)}, &Side::sendTowardsHost, unmeasured);
-}
-
-void runWalk(Side& side, bool isSteady, Stopwatch& stopwatch) {
-  Stopwatch unmeasured;
-  send(side, {findEvent(1)}, &Side::sendTowardsTransport, unmeasured);
-  for (int page = 1; page <= pagesPerWalk; ++page) {
-    const std::int64_t id = side.received.requestIds.at(0);
-    side.received.requestIds.clear();
-    send(side, {findResponse(id, page, isSteady)}, &Side::sendTowardsHost, stopwatch);
-  }
-}
 
 /// A first answer that was slow: later ones are no new maximum of the hour, which would cost a report.
 std::shared_ptr<Side> settled(MakeSide make, bool isTimeStubbed) {
@@ -105,7 +49,7 @@ void checkSide(const char* peer, MakeSide make) {
        }},
       {"W12", [](Side& side) {
          Stopwatch unmeasured;
-         runWalk(side, false, unmeasured);
+         runWalk(side, Walk(), unmeasured);
        }}};
   for (const auto& workload : workloads)
     for (const bool isTimeStubbed : {false, true})
@@ -122,8 +66,8 @@ void addCases(const char* peer, MakeSide make) {
   };
   const auto alarms = [](Side& side, Stopwatch& stopwatch) { runAlarms(side, alarmsPerRound, stopwatch); };
   const auto merged = [](Side& side, Stopwatch& stopwatch) { runMeasurements(side, measurementsPerBatch, stopwatch); };
-  const auto walk = [](Side& side, Stopwatch& stopwatch) { runWalk(side, false, stopwatch); };
-  const auto steadyWalk = [](Side& side, Stopwatch& stopwatch) { runWalk(side, true, stopwatch); };
+  const auto walk = [](Side& side, Stopwatch& stopwatch) { runWalk(side, Walk(), stopwatch); };
+  const auto steadyWalk = [](Side& side, Stopwatch& stopwatch) { runWalk(side, Walk{.isSteady = true}, stopwatch); };
   constexpr double elements = pagesPerWalk * measurementsPerPage;
   addCase("W10", alarmsPerRound, false, alarms);
   addCase("W10stub", alarmsPerRound, true, alarms);

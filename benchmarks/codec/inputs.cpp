@@ -1,7 +1,6 @@
 #include "benchmarks/codec/inputs.h"
 
 #include <cstdio>
-#include <stdexcept>
 
 #include "benchmarks/documents.h"
 
@@ -64,22 +63,22 @@ MessageText collectionResponse(std::int64_t requestId) {
   return {responseMetadata(requestId, 201, "Created", "measurementcollection"), "{}"};
 }
 
-MessageText findEvent(int reqId) {
+MessageText findEvent(int reqId, const Walk& walk) {
   return {R"({"qel.type":"com.kelvo.marlovance.FindMeasurement","qel.channel":"platform.queries",)"
           R"("http":{"path":"/measurement/measurements","method":"GET","queryString":{"source":"2504190",)"
           R"("pageSize":")" +
-              std::to_string(measurementsPerPage) + R"("}},"reqId":)" + std::to_string(reqId) + "}",
+              std::to_string(walk.pageSize) + R"("}},"reqId":)" + std::to_string(reqId) + "}",
           R"({})"};
 }
 
-MessageText findResponse(std::int64_t requestId, int page, bool isSteady) {
+MessageText findResponse(std::int64_t requestId, int page, const Walk& walk) {
   std::string elements;
-  for (int i = 0; i < measurementsPerPage; ++i)
-    elements += (i > 0 ? "," : "") + measurementDocument(page * measurementsPerPage + i, isSteady ? page : -1);
+  for (int i = 0; i < walk.pageSize; ++i)
+    elements += (i > 0 ? "," : "") + measurementDocument(page * walk.pageSize + i, walk.isSteady ? page : -1);
   return {responseMetadata(requestId, 200, "OK", "measurementcollection"),
           R"({"self":"https://platform.example/measurement/measurements","statistics":{"currentPage":)" +
-              std::to_string(page) + R"(,"pageSize":)" + std::to_string(measurementsPerPage) + R"(,"totalPages":)" +
-              std::to_string(pagesPerWalk) + R"(},"measurements":[)" + elements + "]}"};
+              std::to_string(page) + R"(,"pageSize":)" + std::to_string(walk.pageSize) + R"(,"totalPages":)" +
+              std::to_string(walk.pages) + R"(},"measurements":[)" + elements + "]}"};
 }
 
 }  // namespace benchmarks

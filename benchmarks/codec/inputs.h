@@ -29,10 +29,15 @@ MessageText measurementEvent(int number);
 /// The platform's answer to a collection of them.
 MessageText collectionResponse(std::int64_t requestId);
 
-/// A query of all measurements, page by page.
-MessageText findEvent(int reqId);
+/// A walk of all measurements.
+struct Walk {
+  int pageSize = measurementsPerPage;
+  int pages = pagesPerWalk;
+  bool isSteady = false;  ///< all documents of a page have one time
+};
 
-/// A page of the answer. With `isSteady`, all documents of the page have one time.
-MessageText findResponse(std::int64_t requestId, int page, bool isSteady);
+/// The query that begins a walk, and a page of the answer.
+MessageText findEvent(int reqId, const Walk& walk);
+MessageText findResponse(std::int64_t requestId, int page, const Walk& walk);
 
 }  // namespace benchmarks

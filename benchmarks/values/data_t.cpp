@@ -6,6 +6,7 @@
 #include "benchmarks/values/workloads.h"
 #include "connectivity/Message.h"
 #include "connectivity/conversion.h"
+#include "connectivity/hashed_key.h"
 #include "connectivity/to_string.h"
 
 namespace benchmarks {
@@ -24,31 +25,31 @@ class Values {
 
   Message build() const {
     map_t headers(2);
-    headers[keys.authorization] = authorizationText;
-    headers[keys.accept] = acceptText;
+    headers.insert(keys.authorization, authorizationText);
+    headers.insert(keys.accept, acceptText);
     map_t http(3);
-    http[keys.path] = pathText;
-    http[keys.method] = methodText;
-    http[keys.headers] = std::move(headers);
+    http.insert(keys.path, pathText);
+    http.insert(keys.method, methodText);
+    http.insert(keys.headers, std::move(headers));
     map_t metadata(6);
-    metadata[keys.type] = typeText;
-    metadata[keys.channel] = channelText;
-    metadata[keys.http] = std::move(http);
-    metadata[keys.contentType] = contentTypeText;
-    metadata[keys.reqId] = std::int64_t{reqIdNumber};
-    metadata[keys.requiresResponse] = true;
+    metadata.insert(keys.type, typeText);
+    metadata.insert(keys.channel, channelText);
+    metadata.insert(keys.http, std::move(http));
+    metadata.insert(keys.contentType, contentTypeText);
+    metadata.insert(keys.reqId, std::int64_t{reqIdNumber});
+    metadata.insert(keys.requiresResponse, true);
 
     map_t source(2);
-    source[keys.id] = sourceIdText;
-    source[keys.name] = sourceNameText;
+    source.insert(keys.id, sourceIdText);
+    source.insert(keys.name, sourceNameText);
     map_t payload(7);
-    payload[keys.source] = std::move(source);
-    payload[keys.alarmType] = alarmTypeText;
-    payload[keys.time] = timeNumber;
-    payload[keys.text] = textText;
-    payload[keys.severity] = severityText;
-    payload[keys.status] = statusText;
-    payload[keys.count] = std::int64_t{countNumber};
+    payload.insert(keys.source, std::move(source));
+    payload.insert(keys.alarmType, alarmTypeText);
+    payload.insert(keys.time, timeNumber);
+    payload.insert(keys.text, textText);
+    payload.insert(keys.severity, severityText);
+    payload.insert(keys.status, statusText);
+    payload.insert(keys.count, std::int64_t{countNumber});
     return Message(std::move(payload), std::move(metadata));
   }
 
@@ -68,10 +69,10 @@ class Values {
     const map_t& metadata = message.getMetadataMap();
     const map_t& payload = message.getPayload().get<map_t>();
     std::uint64_t found = 0;
-    for (const data_t* key : {&keys.notificationType, &keys.sourceName, &keys.sourceValue, &keys.sourceSelf,
-                              &keys.creationTime, &keys.lastUpdated, &keys.firstOccurrenceTime, &keys.deliveryTime})
+    for (const hashed_key* key : {&keys.notificationType, &keys.sourceName, &keys.sourceValue, &keys.sourceSelf,
+                                  &keys.creationTime, &keys.lastUpdated, &keys.firstOccurrenceTime, &keys.deliveryTime})
       found += payload.find(*key) != payload.end();
-    for (const data_t* key : {&keys.requestId, &keys.individualStartTime})
+    for (const hashed_key* key : {&keys.requestId, &keys.individualStartTime})
       found += metadata.find(*key) != metadata.end();
     return found;
   }
@@ -93,7 +94,7 @@ class Values {
   }
 
  private:
-  const MessageKeys<data_t> keys;
+  const MessageKeys<hashed_key> keys;
 };
 
 class Table {
@@ -106,17 +107,17 @@ class Table {
 
   void insertAll(Map& map) const {
     std::int64_t number = 0;
-    for (const data_t& key : keys) map[key] = number++;
+    for (const hashed_key& key : keys) map.insert(key, number++);
   }
 
   std::uint64_t findAll(const Map& map) const {
     std::int64_t sum = 0;
-    for (const data_t& key : keys) sum += map.find(key)->second.get<std::int64_t>();
+    for (const hashed_key& key : keys) sum += map.find(key)->second.get<std::int64_t>();
     return static_cast<std::uint64_t>(sum);
   }
 
  private:
-  std::vector<data_t> keys;
+  std::vector<hashed_key> keys;
 };
 
 }  // namespace
