@@ -63,10 +63,11 @@ OutstandingRequest HandlerFixture::match(Message& response) {
 void HandlerFixture::respond(const MessageBuilder& builder) {
   Message response = messageFrom(builder);
   OutstandingRequest request = match(response);
-  if (handler->isErrorResponse(response))
-    handler->handleError(response, request);
+  Handler& sender = request.getHandler();
+  if (sender.isErrorResponse(response))
+    sender.handleError(response, request);
   else
-    handler->handleResponse(response, request);
+    sender.handleResponse(response, request);
 }
 
 std::size_t HandlerFixture::endedRequests() {

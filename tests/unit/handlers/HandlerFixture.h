@@ -48,7 +48,8 @@ class HandlerFixture : public testing::Test {
   /// The record of an answer's request, both as the codec hands them to a handler.
   OutstandingRequest match(Message& response);
 
-  /// Hands an answer to the handler, with the record of its request, as a good or a bad one by the handler's decision.
+  /// Hands an answer to the handler that sent its request, with the record of it, as a good or a bad one by the
+  /// handler's decision.
   void respond(const MessageBuilder& response);
 
   /// The events that reached the host since the last call.
