@@ -79,7 +79,7 @@ void MarlovanceCodec::sendError(const char* text) {
   map_t payload;
   payload.insert(constants.message, text);
   Message event(std::move(payload));
-  event.putMetadataValue(frameKeys.type, constants.typeError.copy());
+  event.putMetadataValue(frameKeys.type, constants.typeError.ownedCopy());
   responder.sendResponse(event);
 }
 

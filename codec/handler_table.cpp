@@ -26,28 +26,28 @@ ResourceTraits managedObjectTraits(const DataConstants& constants) {
           {},
           {},
           "",
-          constants.typeManagedObject.copy()};
+          constants.typeManagedObject.ownedCopy()};
 }
 
 ResourceTraits alarmTraits(const DataConstants& constants) {
   return {fieldNames({"source", "type", "time", "text", "status", "severity"}),
           {},
           fieldNames({"type", "time"}),
-          constants.source.copy(),
-          constants.typeAlarm.copy()};
+          constants.source.ownedCopy(),
+          constants.typeAlarm.ownedCopy()};
 }
 
 ResourceTraits eventTraits(const DataConstants& constants) {
   return {fieldNames({"source", "type", "time", "text"}),
           {},
           fieldNames({"source", "type", "time"}),
-          constants.source.copy(),
-          constants.typeEvent.copy()};
+          constants.source.ownedCopy(),
+          constants.typeEvent.ownedCopy()};
 }
 
 ResourceTraits operationTraits(const DataConstants& constants) {
   return {fieldNames({"deviceId", "status"}), fieldNames({"status"}), fieldNames({"deviceId", "delivery"}), "deviceId",
-          constants.typeOperation.copy()};
+          constants.typeOperation.ownedCopy()};
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ void CurrentUserHandler::handleRequest(Message& event, BatchSender& batch) {
 void CurrentUserHandler::handleResponse(Message& response, OutstandingRequest& request) {
   map_t user = std::move(response.getPayload().get<map_t>());
   address(response, constants.typeGetCurrentUserResponse,
-          config.prefixQueryChannel(constants.channelFindCurrentUser.copy()));
+          config.prefixQueryChannel(constants.channelFindCurrentUser.ownedCopy()));
   time.parseTimes(user);
   map_t payload;
   payload.insert(constants.reqId, request.getMetadataMap().at(constants.reqId).copy());

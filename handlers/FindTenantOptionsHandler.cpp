@@ -128,7 +128,7 @@ void FindTenantOptionsHandler::finishedHandling(Message& request) {
 
   Message event(std::move(payload));
   address(event, constants.typeFindTenantOptionsResponse,
-          config.prefixQueryChannel(constants.channelFindTenant.copy()));
+          config.prefixQueryChannel(constants.channelFindTenant.ownedCopy()));
   responseSender.sendResponse(event);
   metrics.requestFinished(request);
 }

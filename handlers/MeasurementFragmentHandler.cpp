@@ -18,7 +18,7 @@ void moveEntry(map_t& from, const hashed_key& key, map_t& to) {
 
 MeasurementFragmentHandler::MeasurementFragmentHandler(const HandlerServices& services)
     : ResourceHandler(services,
-                      {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurementFragment.copy()}),
+                      {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurementFragment.ownedCopy()}),
       unitFields(fieldNames({"unit"})) {}
 
 void MeasurementFragmentHandler::handleRequest(Message& event, BatchSender& batch) {

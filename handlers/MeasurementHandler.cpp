@@ -10,7 +10,7 @@
 namespace com::tallowmere::connectivity::plugins {
 
 MeasurementHandler::MeasurementHandler(const HandlerServices& services)
-    : ResourceHandler(services, {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurement.copy()}),
+    : ResourceHandler(services, {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurement.ownedCopy()}),
       unitFields(fieldNames({"unit"})) {}
 
 // A message that joins a batch is no request yet: it is neither counted nor given headers.
@@ -51,13 +51,13 @@ Message MeasurementHandler::sendBatch(BatchSender& batch) {
   map_t body;
   body.insert(constants.measurements, std::move(measurements));
   map_t http;
-  http.insert(constants.path, constants.pathMeasurements.copy());
-  http.insert(constants.method, constants.methodPost.copy());
+  http.insert(constants.path, constants.pathMeasurements.ownedCopy());
+  http.insert(constants.method, constants.methodPost.ownedCopy());
 
   Message out(std::move(body));
   out.putMetadataValue(constants.http, std::move(http));
-  out.putMetadataValue(constants.contentType, constants.mediaTypeMeasurementCollection.copy());
-  out.putMetadataValue(frameKeys.type, constants.typeMeasurement.copy());
+  out.putMetadataValue(constants.contentType, constants.mediaTypeMeasurementCollection.ownedCopy());
+  out.putMetadataValue(frameKeys.type, constants.typeMeasurement.ownedCopy());
   metrics.startRequest(out);
   addApplicationKey(out);
   addAuthorization(out);

@@ -14,7 +14,7 @@ void MessagingHandler::handleResponse(Message& response, OutstandingRequest&) {
 
 void MessagingHandler::handleError(Message& response, OutstandingRequest& request) {
   logErrorResponse(response, request);
-  response.putMetadataValue(frameKeys.type, constants.typeError.copy());
+  response.putMetadataValue(frameKeys.type, constants.typeError.ownedCopy());
   data_t& payload = response.getPayload();
   if (!payload.is(Tag::map)) {
     map_t body;

@@ -70,7 +70,7 @@ void RequestAllDevicesHandler::handleError(Message& response, OutstandingRequest
   if (const auto message = body.find(constants.messageOfError); message != body.end()) {
     // The platform's own body goes out as it is.
     text = message->second.copy();
-    response.getMetadataMap().set(frameKeys.type, constants.typeError.copy());
+    response.getMetadataMap().set(frameKeys.type, constants.typeError.ownedCopy());
     responseSender.sendResponse(response);
   } else {
     Message event = makeErrorEvent(response, request);

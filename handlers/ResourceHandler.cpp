@@ -39,13 +39,13 @@ void BasicResourceHandler::chooseUpdateMethod(Message& request) const {
   map_t& http = request.getMetadataMap().at(constants.http).get<map_t>();
   if (id.empty()) {
     logger.debug("Update request method to POST");
-    http.set(constants.method, constants.methodPost.copy());
+    http.set(constants.method, constants.methodPost.ownedCopy());
     removeFields(body, createRemoved);
     return;
   }
   const std::string path = http.at(constants.path).convert_to<std::string>();
   logger.debug("Update request method to PUT as id \"%s\" is specified", id.c_str());
-  http.set(constants.method, constants.methodPut.copy());
+  http.set(constants.method, constants.methodPut.ownedCopy());
   http.set(constants.path, path + "/" + id);
   removeFields(body, updateRemoved);
 }
@@ -66,7 +66,7 @@ void BasicResourceHandler::handleResponse(Message& response, OutstandingRequest&
   map_t parsed = parse(std::move(response.getPayload().get<map_t>()));
   if (logger.isDebugEnabled()) logger.debug("Parsed payload: %s", to_string(parsed).c_str());
   addTenantId(parsed);
-  metadata.set(frameKeys.type, constants.typeObjectCommitted.copy());
+  metadata.set(frameKeys.type, constants.typeObjectCommitted.ownedCopy());
   parsed.setName(eventTypeName.get<const char*>());
   response.setPayload(std::move(parsed));
   responseSender.sendResponse(response);
@@ -83,7 +83,7 @@ void BasicResourceHandler::answerWithFailure(Message& response, const Message& r
   map_t& metadata = response.getMetadataMap();
   data_t reqId = request.getMetadataMap().at(constants.reqId).copy();
   data_t channel = responseChannelOf(request);
-  metadata.set(frameKeys.type, constants.typeObjectCommitFailed.copy());
+  metadata.set(frameKeys.type, constants.typeObjectCommitFailed.ownedCopy());
   metadata.set(constants.reqId, std::move(reqId));
   metadata.set(frameKeys.channel, config.prefixNotificationChannel(std::move(channel)));
   if (!response.getPayload().is(Tag::map)) response.setPayload(map_t());
@@ -96,7 +96,7 @@ void BasicResourceHandler::answerWithFailure(Message& response, const Message& r
 void BasicResourceHandler::answerWithError(Message& response, const Message& request) const {
   logErrorResponse(response, request);
   map_t& metadata = response.getMetadataMap();
-  metadata.set(frameKeys.type, constants.typeError.copy());
+  metadata.set(frameKeys.type, constants.typeError.ownedCopy());
   const map_t& body = response.getPayload().get<map_t>();
   if (body.contains(constants.messageOfError))
     static_cast<void>(metadata.at(constants.http).get<map_t>().at(constants.statusReason));

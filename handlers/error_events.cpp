@@ -28,7 +28,7 @@ std::string Handler::errorTextOf(const Message& response, const Message& request
 
 Message Handler::makeErrorEvent(Message& response, const Message& request) const {
   const std::string text = errorTextOf(response, request);
-  response.putMetadataValue(frameKeys.type, constants.typeError.copy());
+  response.putMetadataValue(frameKeys.type, constants.typeError.ownedCopy());
   map_t payload;
   payload.insert(constants.messageOfError, text);
   payload.insert(constants.reqId, request.getMetadataMap().at(constants.reqId).copy());
