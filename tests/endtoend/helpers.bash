@@ -59,10 +59,18 @@ start_sim() {
 }
 
 # read_platform PATH: a document of the simulator at $platform.
-read_platform() {
-  python3 - "$platform$1" <<'PYTHON'
+read_platform() { ask_platform GET "$1" ''; }
+
+# post_platform PATH JSON: posts to the simulator at $platform and gives its answer.
+post_platform() { ask_platform POST "$1" "$2"; }
+
+# ask_platform METHOD PATH BODY
+ask_platform() {
+  python3 - "$1" "$platform$2" "$3" <<'PYTHON'
 import base64, sys, urllib.request
-request = urllib.request.Request(sys.argv[1])
+method, address, body = sys.argv[1:]
+request = urllib.request.Request(address, data=body.encode() or None, method=method)
+request.add_header("Content-Type", "application/json")
 request.add_header("Authorization", "Basic " + base64.b64encode(b"fleet:fleet-secret").decode())
 opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
 print(opener.open(request).read().decode())
