@@ -1,6 +1,8 @@
 #include "connectivity/to_string.h"
 
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
 
 #include "connectivity/Message.h"
 #include "connectivity/host_platform.h"
@@ -8,6 +10,8 @@
 namespace com::tallowmere::connectivity10_15_4 {
 
 namespace {
+
+constexpr std::size_t usualLength = 256;  // of a rendered map: enough to spare the first growths
 
 // The leaves stand apart so that their buffers are not on the stack once per level of nesting.
 
@@ -47,13 +51,13 @@ void append(std::string& out, const map_t& map) {
     out += ':';
   }
   out += '{';
-  const char* separator = "";
-  for (const auto& [key, value] : map) {
-    out += separator;
-    append(out, key);
+  const auto* slot = map.empty() ? nullptr : reinterpret_cast<const map_slot*>(map.header() + 1);
+  for (std::uint64_t left = map.size(); left > 0; ++slot) {
+    if (!isOccupied(*slot)) continue;
+    append(out, reinterpret_cast<const data_t&>(slot->key));
     out += ':';
-    append(out, value);
-    separator = ",";
+    append(out, reinterpret_cast<const data_t&>(slot->value));
+    if (--left > 0) out += ',';
   }
   out += '}';
 }
@@ -111,6 +115,7 @@ void append(std::string& out, const data_t& value) {
 template <class T>
 std::string render(const T& value) {
   std::string out;
+  out.reserve(usualLength);
   append(out, value);
   return out;
 }
@@ -118,7 +123,10 @@ std::string render(const T& value) {
 }  // namespace
 
 std::string to_string(const data_t& value) {
-  return render(value);
+  if (value.is(Tag::map) || value.is(Tag::list)) return render(value);
+  std::string out;
+  append(out, value);
+  return out;
 }
 std::string to_string(const list_t& list) {
   return render(list);
@@ -132,6 +140,7 @@ std::string to_string(const buffer_t& buffer) {
 
 std::string to_string(const Message& message) {
   std::string out;
+  out.reserve(2 * usualLength);
   append(out, message.getMetadataMap());
   out += " / ";
   append(out, message.getPayload());
