@@ -1,6 +1,7 @@
 #include "benchmarks/harness.h"
 
 #include <benchmark/benchmark.h>
+#include <time.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -100,6 +101,12 @@ int dispatch(int argumentCount, char** arguments) {
 }
 
 }  // namespace
+
+double threadSeconds() {
+  timespec moment{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &moment);
+  return static_cast<double>(moment.tv_sec) + static_cast<double>(moment.tv_nsec) * 1e-9;
+}
 
 void add(Case entry) {
   cases().push_back(std::move(entry));
