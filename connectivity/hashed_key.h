@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -28,5 +29,55 @@ class hashed_key : public data_t {
 
   std::uint64_t keyHash;
 };
+
+/// A ready-made key is found where it is looked up: the probe is inlined, and no iterator is built that nobody asks
+/// for.
+inline std::uint64_t map_t::indexOf(const hashed_key& key) const {
+  const std::uint64_t nowhere = capacity();
+  if (key.empty()) [[unlikely]]
+    return indexOf(key, key.hash());
+  if (nowhere == 0) return nowhere;
+  const map_slot* const table = slots();
+  const std::uint64_t start = startOf(key.hash(), nowhere);
+  std::uint64_t index = start;
+  do {
+    const map_slot& slot = table[index];
+    if (slot.hash == key.hash() && slot.key.tag == QEL_STRING &&
+        std::strcmp(reinterpret_cast<const char*>(slot.key.payload), reinterpret_cast<const char*>(key.bits())) == 0)
+      return index;
+    if (slot.hash == 0 && slot.key.tag == QEL_EMPTY) return nowhere;
+    if (++index == nowhere) index = 0;
+  } while (index != start);
+  return nowhere;
+}
+
+inline map_t::iterator map_t::find(const hashed_key& key) {
+  return iteratorAt(indexOf(key));
+}
+inline map_t::const_iterator map_t::find(const hashed_key& key) const {
+  return iteratorAt(indexOf(key));
+}
+inline bool map_t::contains(const hashed_key& key) const {
+  return indexOf(key) != capacity();
+}
+inline const data_t& map_t::at(const hashed_key& key) const {
+  return valueAt(indexOf(key));
+}
+inline data_t& map_t::at(const hashed_key& key) {
+  return const_cast<data_t&>(valueAt(indexOf(key)));
+}
+
+inline std::pair<map_t::iterator, bool> map_t::insert(const hashed_key& key, data_t&& value) {
+  bool isNew;
+  map_slot& slot = slotOf(key, isNew);
+  data_t taken(std::move(value));
+  if (isNew) reinterpret_cast<data_t&>(slot.value).swap(taken);
+  return {iteratorAt(static_cast<std::uint64_t>(&slot - slots())), isNew};
+}
+
+inline data_t& map_t::set(const hashed_key& key, data_t&& value) {
+  bool isNew;
+  return reinterpret_cast<data_t&>(slotOf(key, isNew).value) = std::move(value);
+}
 
 }  // namespace com::tallowmere::connectivity10_15_4

@@ -47,13 +47,6 @@ bool needsRebuild(const map_header& block) {
   return 4 * (block.count + block.tombstones) > 3 * block.capacity;
 }
 
-/// The slot where a probe begins: hash modulo capacity, without a division for the powers of two that tables have
-/// while they are small.
-std::uint64_t startOf(std::uint64_t hash, std::uint64_t capacity) {
-  const std::uint64_t mask = capacity - 1;
-  return (capacity & mask) == 0 ? hash & mask : hash % capacity;
-}
-
 bool isSameKey(const data_t& a, const data_t& b) {
   if (a.is(Tag::string) && b.is(Tag::string)) [[likely]]
     return std::strcmp(reinterpret_cast<const char*>(a.bits()), reinterpret_cast<const char*>(b.bits())) == 0;
@@ -165,20 +158,8 @@ map_t::const_iterator map_t::find(const data_t& key) const {
   return iteratorAt(indexOf(key, hash(key, tableSeed)));
 }
 
-map_t::iterator map_t::find(const hashed_key& key) {
-  return iteratorAt(indexOf(key, key.hash()));
-}
-
-map_t::const_iterator map_t::find(const hashed_key& key) const {
-  return iteratorAt(indexOf(key, key.hash()));
-}
-
 bool map_t::contains(const data_t& key) const {
   return indexOf(key, hash(key, tableSeed)) != capacity();
-}
-
-bool map_t::contains(const hashed_key& key) const {
-  return indexOf(key, key.hash()) != capacity();
 }
 
 std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
@@ -195,24 +176,19 @@ std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
   return {iteratorAt(position.place), true};
 }
 
-std::pair<map_t::iterator, bool> map_t::insert(const hashed_key& key, data_t&& value) {
+/// The slot that holds the key: an own one with an empty value when there was none.
+map_slot& map_t::slotOf(const hashed_key& key, bool& isNew) {
   Position position = locate(key, key.hash());
-  if (position.found != capacity()) {
-    value = data_t();
-    return {iteratorAt(position.found), false};
-  }
-  data_t ownKey = key.ownedCopy();
+  isNew = position.found == capacity();
+  if (!isNew) return slots()[position.found];
+  if (key.empty()) throw std::runtime_error("Cannot have a null key");
   position = makeRoom(key, key.hash(), position);
-  occupy(position.place, key.hash(), ownKey, value);
-  return {iteratorAt(position.place), true};
-}
-
-data_t& map_t::set(const hashed_key& key, data_t&& value) {
-  Position position = locate(key, key.hash());
-  if (position.found != capacity()) return valueOf(slots()[position.found]) = std::move(value);
-  data_t ownKey = key.ownedCopy();
-  position = makeRoom(key, key.hash(), position);
-  return valueOf(occupy(position.place, key.hash(), ownKey, value));
+  char* const text = qel_copy_string(reinterpret_cast<const char*>(key.bits()));
+  map_slot& slot = slots()[position.place];
+  ++block->count;
+  slot.hash = key.hash();
+  slot.key = {reinterpret_cast<std::uint64_t>(text), QEL_STRING, 0};
+  return slot;
 }
 
 data_t& map_t::operator[](data_t&& key) {
@@ -239,14 +215,6 @@ const data_t& map_t::at(const data_t& key) const {
 }
 
 data_t& map_t::at(const data_t& key) {
-  return const_cast<data_t&>(std::as_const(*this).at(key));
-}
-
-const data_t& map_t::at(const hashed_key& key) const {
-  return valueAt(indexOf(key, key.hash()));
-}
-
-data_t& map_t::at(const hashed_key& key) {
   return const_cast<data_t&>(std::as_const(*this).at(key));
 }
 
@@ -280,7 +248,7 @@ bool map_t::erase(const data_t& key) {
 }
 
 bool map_t::erase(const hashed_key& key) {
-  const std::uint64_t index = indexOf(key, key.hash());
+  const std::uint64_t index = indexOf(key);
   if (index == capacity()) return false;
   eraseAt(index);
   return true;
@@ -291,7 +259,7 @@ data_t map_t::take(const data_t& key) {
 }
 
 data_t map_t::take(const hashed_key& key) {
-  return takeAt(indexOf(key, key.hash()));
+  return takeAt(indexOf(key));
 }
 
 void reportInvalidMapIterator() {

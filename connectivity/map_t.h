@@ -114,6 +114,8 @@ class map_t {
   std::uint64_t capacity() const noexcept { return block ? block->capacity : 0; }
   Position locate(const data_t& key, std::uint64_t hash) const;
   std::uint64_t indexOf(const data_t& key, std::uint64_t hash) const;
+  std::uint64_t indexOf(const hashed_key& key) const;
+  map_slot& slotOf(const hashed_key& key, bool& isNew);
   Position makeRoom(const data_t& key, std::uint64_t hash, Position position);
   map_slot& occupy(std::uint64_t index, std::uint64_t hash, data_t& key, data_t& value);
   const data_t& valueAt(std::uint64_t index) const;
@@ -137,6 +139,13 @@ void reportForeignMapIterator();
 /// Whether the slot holds an entry: neither free nor a tombstone.
 inline bool isOccupied(const map_slot& slot) noexcept {
   return slot.key.tag != QEL_EMPTY || slot.hash > 1;
+}
+
+/// The slot where a probe begins: hash modulo capacity, without a division for the powers of two that small tables
+/// have.
+inline std::uint64_t startOf(std::uint64_t hash, std::uint64_t capacity) noexcept {
+  const std::uint64_t mask = capacity - 1;
+  return (capacity & mask) == 0 ? hash & mask : hash % capacity;
 }
 
 /// Walks a map in slot order. A dereference after the map has changed its block or its size, and a comparison of

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "connectivity/Message.h"
 #include "connectivity/host_platform.h"
@@ -51,13 +52,14 @@ void append(std::string& out, const map_t& map) {
     out += ':';
   }
   out += '{';
-  const auto* slot = map.empty() ? nullptr : reinterpret_cast<const map_slot*>(map.header() + 1);
-  for (std::uint64_t left = map.size(); left > 0; ++slot) {
-    if (!isOccupied(*slot)) continue;
-    append(out, reinterpret_cast<const data_t&>(slot->key));
+  const auto end = map.end();
+  bool isFirst = true;
+  for (auto position = map.begin(); position != end; ++position) {
+    const map_t::entry& entry = *position;
+    if (!std::exchange(isFirst, false)) out += ',';
+    append(out, entry.first);
     out += ':';
-    append(out, reinterpret_cast<const data_t&>(slot->value));
-    if (--left > 0) out += ',';
+    append(out, position->second);
   }
   out += '}';
 }
