@@ -12,6 +12,7 @@ namespace chainrunner {
 namespace {
 
 constexpr const char* logCategory = "marlovance-chain.sink";
+constexpr std::size_t writtenAtOnce = 65536;
 
 std::string typeOf(const Message& event) {
   const map_t& metadata = event.getMetadataMap();
@@ -52,8 +53,14 @@ std::string eventLine(const Message& event) {
 }
 
 int EventSink::receiveBatch(void* self, qel_message* begin, qel_message* end) noexcept {
+  auto& sink = *static_cast<EventSink*>(self);
   try {
-    for (Message* event = begin; event != end; ++event) static_cast<EventSink*>(self)->receive(*event);
+    std::string lines;
+    for (Message* event = begin; event != end; ++event) {
+      sink.receive(*event, lines);
+      if (lines.size() >= writtenAtOnce) sink.write(std::exchange(lines, {}));
+    }
+    if (!lines.empty()) sink.write(lines);
     return 0;
   } catch (const std::exception& error) {
     log(logCategory, LogLevel::error, "Events are lost: %s", error.what());
@@ -61,21 +68,21 @@ int EventSink::receiveBatch(void* self, qel_message* begin, qel_message* end) no
   }
 }
 
-void EventSink::receive(Message& event) {
+void EventSink::receive(Message& event, std::string& lines) {
   const Message taken(std::move(event));
   const std::string type = typeOf(taken);
   record.countEventOut(type);
   try {
-    write(eventLine(taken) + "\n");
+    lines += eventLine(taken) + "\n";
   } catch (const std::runtime_error& error) {
     log(logCategory, LogLevel::error, "An event of type %s can't be written: %s", type.c_str(), error.what());
   }
 }
 
-void EventSink::write(const std::string& line) {
+void EventSink::write(const std::string& lines) {
   const com::tallowmere::connectivity10_15_4::MutexLock lock(mutex);
   if (firstError != 0) return;
-  const bool written = std::fwrite(line.data(), 1, line.size(), out) == line.size() && std::fflush(out) == 0;
+  const bool written = std::fwrite(lines.data(), 1, lines.size(), out) == lines.size() && std::fflush(out) == 0;
   if (!written) firstError = errno;
 }
 

@@ -26,8 +26,8 @@ class EventSink {
   int writeError() const { return firstError.load(); }
 
  private:
-  void receive(Message& event);
-  void write(const std::string& line) EXCLUDES(mutex);
+  void receive(Message& event, std::string& lines);
+  void write(const std::string& lines) EXCLUDES(mutex);
 
   std::FILE* const out;
   RunRecord& record;

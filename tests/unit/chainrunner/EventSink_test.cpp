@@ -61,6 +61,17 @@ TEST_F(EventSinkTest, WritesALineAndTakesTheEvent) {
   EXPECT_EQ(record.counts().eventsOut.at("t"), 1U);
 }
 
+TEST_F(EventSinkTest, WritesTheWholeLinesOfALongBatch) {
+  std::vector<Message> batch;
+  std::string expected;
+  for (int n = 0; n < 5000; ++n) {
+    batch.push_back(event(R"({"qel.type": "t"})", std::to_string(n).c_str()));
+    expected += "{\"type\":\"t\",\"payload\":" + std::to_string(n) + "}\n";
+  }
+  EXPECT_EQ(EventSink::receiveBatch(&sink, batch.data(), batch.data() + batch.size()), 0);
+  EXPECT_EQ(std::string(text, size), expected);
+}
+
 TEST_F(EventSinkTest, AcceptsAnEmptyBatch) {
   EXPECT_EQ(EventSink::receiveBatch(&sink, nullptr, nullptr), 0);
 }
