@@ -60,9 +60,9 @@ class Values {
     const json::object& http = message.metadata.find(keys.http)->value().get_object();
     const json::object& headers = http.find(keys.headers)->value().get_object();
     const json::object& source = message.payload.find(keys.source)->value().get_object();
-    return lengthOf(message.metadata, keys.type) + lengthOf(message.metadata, keys.contentType) +
-           lengthOf(http, keys.path) + lengthOf(http, keys.method) + lengthOf(headers, keys.authorization) +
-           lengthOf(source, keys.id) + lengthOf(message.payload, keys.severity);
+    return firstOf(message.metadata, keys.type) + firstOf(message.metadata, keys.contentType) +
+           firstOf(http, keys.path) + firstOf(http, keys.method) + firstOf(headers, keys.authorization) +
+           firstOf(source, keys.id) + firstOf(message.payload, keys.severity);
   }
 
   std::uint64_t miss(const Message& message) const {
@@ -95,8 +95,8 @@ class Values {
   }
 
  private:
-  static std::uint64_t lengthOf(const json::object& object, json::string_view key) {
-    return object.find(key)->value().get_string().size();
+  static std::uint64_t firstOf(const json::object& object, json::string_view key) {
+    return static_cast<unsigned char>(object.find(key)->value().get_string()[0]);
   }
 
   const MessageKeys<json::string_view> keys;

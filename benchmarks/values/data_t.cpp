@@ -15,8 +15,8 @@ namespace {
 
 using namespace com::tallowmere::connectivity10_15_4;
 
-std::uint64_t lengthOf(const data_t& text) {
-  return text.get<std::string_view>().size();
+std::uint64_t firstOf(const data_t& text) {
+  return static_cast<unsigned char>(text.get<const char*>()[0]);
 }
 
 class Values {
@@ -56,13 +56,12 @@ class Values {
   std::uint64_t find(const Message& message) const {
     const map_t& metadata = message.getMetadataMap();
     const map_t& payload = message.getPayload().get<map_t>();
-    const map_t& http = metadata.find(keys.http)->second.get<map_t>();
-    const map_t& headers = http.find(keys.headers)->second.get<map_t>();
-    const map_t& source = payload.find(keys.source)->second.get<map_t>();
-    return lengthOf(metadata.find(keys.type)->second) + lengthOf(metadata.find(keys.contentType)->second) +
-           lengthOf(http.find(keys.path)->second) + lengthOf(http.find(keys.method)->second) +
-           lengthOf(headers.find(keys.authorization)->second) + lengthOf(source.find(keys.id)->second) +
-           lengthOf(payload.find(keys.severity)->second);
+    const map_t& http = metadata.at(keys.http).get<map_t>();
+    const map_t& headers = http.at(keys.headers).get<map_t>();
+    const map_t& source = payload.at(keys.source).get<map_t>();
+    return firstOf(metadata.at(keys.type)) + firstOf(metadata.at(keys.contentType)) + firstOf(http.at(keys.path)) +
+           firstOf(http.at(keys.method)) + firstOf(headers.at(keys.authorization)) + firstOf(source.at(keys.id)) +
+           firstOf(payload.at(keys.severity));
   }
 
   std::uint64_t miss(const Message& message) const {

@@ -169,9 +169,9 @@ class Values {
     const Map& http = message.metadata.find(keys.http)->second.map();
     const Map& headers = http.find(keys.headers)->second.map();
     const Map& source = message.payload.find(keys.source)->second.map();
-    return lengthOf(message.metadata, keys.type) + lengthOf(message.metadata, keys.contentType) +
-           lengthOf(http, keys.path) + lengthOf(http, keys.method) + lengthOf(headers, keys.authorization) +
-           lengthOf(source, keys.id) + lengthOf(message.payload, keys.severity);
+    return firstOf(message.metadata, keys.type) + firstOf(message.metadata, keys.contentType) +
+           firstOf(http, keys.path) + firstOf(http, keys.method) + firstOf(headers, keys.authorization) +
+           firstOf(source, keys.id) + firstOf(message.payload, keys.severity);
   }
 
   std::uint64_t miss(const Message& message) const {
@@ -206,7 +206,9 @@ class Values {
   }
 
  private:
-  static std::uint64_t lengthOf(const Map& map, const std::string& key) { return map.find(key)->second.text().size(); }
+  static std::uint64_t firstOf(const Map& map, const std::string& key) {
+    return static_cast<unsigned char>(map.find(key)->second.text()[0]);
+  }
 
   const MessageKeys<std::string> keys;
 };

@@ -55,9 +55,9 @@ class Values {
     const json& http = *message.metadata.find(keys.http);
     const json& headers = *http.find(keys.headers);
     const json& source = *message.payload.find(keys.source);
-    return lengthOf(message.metadata, keys.type) + lengthOf(message.metadata, keys.contentType) +
-           lengthOf(http, keys.path) + lengthOf(http, keys.method) + lengthOf(headers, keys.authorization) +
-           lengthOf(source, keys.id) + lengthOf(message.payload, keys.severity);
+    return firstOf(message.metadata, keys.type) + firstOf(message.metadata, keys.contentType) +
+           firstOf(http, keys.path) + firstOf(http, keys.method) + firstOf(headers, keys.authorization) +
+           firstOf(source, keys.id) + firstOf(message.payload, keys.severity);
   }
 
   std::uint64_t miss(const Message& message) const {
@@ -87,8 +87,8 @@ class Values {
   json content(const Message& message) const { return {{"metadata", message.metadata}, {"payload", message.payload}}; }
 
  private:
-  static std::uint64_t lengthOf(const json& object, const std::string& key) {
-    return object.find(key)->get_ref<const std::string&>().size();
+  static std::uint64_t firstOf(const json& object, const std::string& key) {
+    return static_cast<unsigned char>(object.find(key)->get_ref<const std::string&>()[0]);
   }
 
   const MessageKeys<std::string> keys;

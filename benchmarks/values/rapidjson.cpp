@@ -78,9 +78,9 @@ class Values {
     const Value& http = message.metadata.FindMember(keys.http)->value;
     const Value& headers = http.FindMember(keys.headers)->value;
     const Value& source = message.payload.FindMember(keys.source)->value;
-    return lengthOf(message.metadata, keys.type) + lengthOf(message.metadata, keys.contentType) +
-           lengthOf(http, keys.path) + lengthOf(http, keys.method) + lengthOf(headers, keys.authorization) +
-           lengthOf(source, keys.id) + lengthOf(message.payload, keys.severity);
+    return firstOf(message.metadata, keys.type) + firstOf(message.metadata, keys.contentType) +
+           firstOf(http, keys.path) + firstOf(http, keys.method) + firstOf(headers, keys.authorization) +
+           firstOf(source, keys.id) + firstOf(message.payload, keys.severity);
   }
 
   std::uint64_t miss(const Message& message) const {
@@ -128,8 +128,8 @@ class Values {
     explicit Key(const char* text) : Value(StringRef(text)) {}
   };
 
-  static std::uint64_t lengthOf(const Value& object, const Value& key) {
-    return object.FindMember(key)->value.GetStringLength();
+  static std::uint64_t firstOf(const Value& object, const Value& key) {
+    return static_cast<unsigned char>(object.FindMember(key)->value.GetString()[0]);
   }
 
   const MessageKeys<Key> keys;

@@ -3,7 +3,7 @@
 // A library is a class with:
 //   Message                          metadata and payload
 //   Message build() const            the message, from ready-made keys and literals
-//   std::uint64_t find(Message) const      10 lookups that hit; the lengths of the seven texts found
+//   std::uint64_t find(Message) const      10 lookups that hit; the sum of the seven texts' first characters
 //   std::uint64_t miss(Message) const      10 lookups that miss; how many hit
 //   Message copy(Message) const
 //   bool equal(Message, Message) const
@@ -41,7 +41,8 @@ void checkLibrary(const std::string& peer) {
   const std::string expected = expectedMessage().dump();
   expectSame("W1 " + peer, library.content(message).dump(), expected);
   // type, contentType, path, method, authorization, source.id and severity
-  expectSame("W2 " + peer, std::to_string(library.find(message)), std::to_string(26 + 45 + 13 + 4 + 46 + 7 + 5));
+  expectSame("W2 " + peer, std::to_string(library.find(message)),
+             std::to_string('c' + 'a' + '/' + 'P' + 'B' + '2' + 'M'));
   expectSame("W2miss " + peer, std::to_string(library.miss(message)), "0");
   expectSame("W3 " + peer, library.content(other).dump(), expected);
   expectSame("W5 " + peer, library.equal(message, other) ? "equal" : "unequal", "equal");
