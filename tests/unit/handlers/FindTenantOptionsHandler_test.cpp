@@ -141,6 +141,31 @@ TEST_F(TenantOptionsTest, OfAKeyArePickedFromEachPage) {
   EXPECT_EQ(jsons(takeHostEvents()), Texts{found(R"([{"category": "a", "key": "k"}, {"category": "c", "key": "k"}])")});
 }
 
+// A value whose tag nobody knows says nothing about its payload, so it equals no other.
+TEST_F(TenantOptionsTest, OfAKeyOfAnUnknownTypeAreNone) {
+  const auto unknown = [] {
+    qel_value value = integerValue(5);
+    value.tag = 42;
+    return data_t::adopt(value);
+  };
+  parts->transport.recordsContents = false;
+  Message event = messageFrom(options());
+  event.getMetadataMap().at(data_t("http")).get<map_t>().at(data_t("queryString")).get<map_t>()[data_t("key")] =
+      unknown();
+  BatchSender batch = parts->openBatch();
+  handler->handleRequest(event, batch);
+  batch.finish();
+
+  Message answer = messageFrom(optionPage(0, R"([{}, {"key": "k"}])", 1, 1));
+  list_t& found = answer.getPayload().get<map_t>().at(data_t("options")).get<list_t>();
+  found.front().get<map_t>()[data_t("key")] = unknown();
+  {
+    OutstandingRequest request = match(answer);
+    handler->handleResponse(answer, request);
+  }
+  EXPECT_EQ(jsons(takeHostEvents()), Texts{TenantOptionsTest::found("[]")});
+}
+
 TEST_F(TenantOptionsTest, OfACategoryAreOnePerEntry) {
   send(options(R"({"category": "c"})"));
   respond(answer(0, option, R"({"k": "v", "l": 5})"));
