@@ -6,29 +6,35 @@ import clients
 from scenarios import write_events
 
 LIBRARIES = {"libicu": "ICU", "libcurl": "libcurl"}
+OBJECT = re.compile(r"(c?)ob=(\(\d+\)) ?(.*)")
 
 
 def by_library(file):
-    """The instructions of a callgrind profile, by "ICU", "libcurl" and "rest"."""
+    """The instructions of a callgrind profile, by "ICU", "libcurl" and "rest". What a library has others do for it, such
+    as malloc, counts as its own."""
     totals = collections.Counter()
-    names, current, is_call = {}, "rest", False
+    kinds, caller, callee = {}, "rest", None
+    is_call = False
     for line in file.read_text(encoding="utf-8").splitlines():
-        if line.startswith("ob="):
-            number, name = re.match(r"ob=(\(\d+\)) ?(.*)", line).groups()
+        if found := OBJECT.match(line):
+            called, number, name = found.groups()
             if name:
-                names[number] = next((kind for part, kind in LIBRARIES.items() if part in name), "rest")
-            current = names[number]
-        elif line.startswith("cob="):
-            number, name = re.match(r"cob=(\(\d+\)) ?(.*)", line).groups()
-            if name:
-                names[number] = next((kind for part, kind in LIBRARIES.items() if part in name), "rest")
+                kinds[number] = next((kind for part, kind in LIBRARIES.items() if part in name), "rest")
+            if called:
+                callee = kinds[number]
+            else:
+                caller = kinds[number]
         elif line.startswith("calls="):
             is_call = True
-        elif re.match(r"[\d+*-]", line):
-            # The line behind "calls=" is what the callee took.
-            if not is_call:
-                totals[current] += int(line.split()[-1])
-            is_call = False
+        elif line.startswith("totals:"):
+            totals["all"] = int(line.split()[-1])
+        elif is_call:
+            # The line behind "calls=" is what the callee took; without "cob=" it is in the caller's own object.
+            entered = callee or caller
+            if entered != caller and entered != "rest":
+                totals[entered] += int(line.split()[-1])
+            is_call, callee = False, None
+    totals["rest"] = totals.pop("all") - totals["ICU"] - totals["libcurl"]
     return totals
 
 

@@ -41,12 +41,12 @@ std::size_t numberAfter(std::string_view text, std::string_view mark, std::size_
   return number;
 }
 
-/// A moment of one day in spring, another one for each number below 8,640,000.
-std::string timeText(std::size_t number) {
-  const std::size_t seconds = number / 100 % 86'400;
+/// A moment of one day in spring.
+std::string timeText(std::size_t millis) {
+  const std::size_t seconds = millis / 1000 % 86'400;
   char text[40];
-  std::snprintf(text, sizeof text, "2026-04-01T%02zu:%02zu:%02zu.%02zu7Z", seconds / 3600, seconds / 60 % 60,
-                seconds % 60, number % 100);
+  std::snprintf(text, sizeof text, "2026-04-01T%02zu:%02zu:%02zu.%03zuZ", seconds / 3600, seconds / 60 % 60,
+                seconds % 60, millis % 1000);
   return text;
 }
 
@@ -54,7 +54,7 @@ std::string measurementDocument(std::size_t number) {
   const std::string id = std::to_string(90'000'000 + number);
   const std::string device = std::to_string(2'504'001 + number % 1000);
   const std::string value = std::to_string(4 + number % 20) + "." + std::to_string(10 + number % 90);
-  return R"({"id":")" + id + R"(","time":")" + timeText(number) +
+  return R"({"id":")" + id + R"(","time":")" + timeText(number * 10) +
          R"(","type":"kv_Climate","self":"https://platform.example/measurement/measurements/)" + id +
          R"(","source":{"id":")" + device + R"(","self":"https://platform.example/registry/managed-objects/)" + device +
          R"("},"kv_Climate":{"T":{"value":)" + value + R"(,"unit":"C"}}})";
@@ -88,12 +88,13 @@ class Platform {
   }
 
  private:
-  /// The document with what the platform adds, which follows from the number behind its first '#'.
+  /// The document with what the platform adds, which follows from the number behind its first '#'. Ten documents share
+  /// a millisecond, as they do where some thousands are stored in a second.
   static std::string stamped(std::string_view document) {
     const std::size_t number = numberAfter(document, "#", 0);
     const std::string id = std::to_string(90'000'000 + number);
     std::string body = R"({"id":")" + id + R"(","self":"https://platform.example/alarm/alarms/)" + id +
-                       R"(","creationTime":")" + timeText(number) + R"(",)";
+                       R"(","creationTime":")" + timeText(number / 10) + R"(",)";
     return body.append(document.substr(1));
   }
 

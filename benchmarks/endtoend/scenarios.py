@@ -36,8 +36,8 @@ class Scenario:
 
 
 SINGLE = Scenario("single", "single acknowledged writes", 60_000, instructions=(500, 1500))
-MERGED_100 = Scenario("merged 100", "merged by 100", 200_000, 100, 100, (2000, 6000))
-MERGED_1000 = Scenario("merged 1000", "merged by 1,000", 200_000, 1000, 1000, (2000, 6000))
+MERGED_100 = Scenario("merged 100", "merged by 100", 60_000, 100, 100, (2000, 6000))
+MERGED_1000 = Scenario("merged 1000", "merged by 1,000", 60_000, 1000, 1000, (2000, 6000))
 WALK = Scenario("walk", "a walk in pages of 1,000", 100_000, instructions=(2000, 6000))
 ALL = (SINGLE, MERGED_100, MERGED_1000, WALK)
 
