@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "simulator/timestamp.h"
+
 namespace simulator {
 
 namespace {
@@ -14,6 +16,15 @@ namespace {
 
 [[noreturn]] void failToOpen(const std::string& path, const std::string& reason) {
   throw std::runtime_error("can't open the database \"" + path + "\": " + reason);
+}
+
+void instant(sqlite3_context* context, int, sqlite3_value** arguments) {
+  const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(arguments[0]));
+  if (bytes == nullptr) return sqlite3_result_null(context);
+  const auto length = static_cast<std::size_t>(sqlite3_value_bytes(arguments[0]));
+  const std::optional<Moment> moment = parseTimestamp({bytes, length});
+  if (!moment) return sqlite3_result_null(context);
+  sqlite3_result_int64(context, moment->time_since_epoch().count());
 }
 
 }  // namespace
@@ -34,10 +45,18 @@ Database::Connection Database::open(const std::string& path) {
 Database::Database(const std::string& path, const std::string& schema, int version)
     : connection(open(path)), begin(*this, "BEGIN"), commit(*this, "COMMIT"), rollback(*this, "ROLLBACK") {
   try {
+    defineFunctions();
     prepare(schema, version);
   } catch (const std::runtime_error& error) {
     failToOpen(path, error.what());
   }
+}
+
+void Database::defineFunctions() {
+  constexpr int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC;
+  if (sqlite3_create_function_v2(connection.get(), "instant", 1, flags, nullptr, instant, nullptr, nullptr, nullptr) !=
+      SQLITE_OK)
+    fail(connection.get());
 }
 
 void Database::prepare(const std::string& schema, int version) {
@@ -79,6 +98,18 @@ Statement::Statement(Database& database, const std::string& text) {
   if (code != SQLITE_OK) fail(connection);
 }
 
+Query::Query(Statement& statement, const std::vector<Parameter>& parameters) : handle(statement.handle.get()) {
+  int index = 0;
+  for (const Parameter& parameter : parameters) std::visit([&](const auto& value) { bind(++index, value); }, parameter);
+}
+
+Query::Query(Statement& statement, const std::vector<Parameter>& parameters, std::int64_t limit, std::int64_t offset)
+    : Query(statement, parameters) {
+  const int bound = static_cast<int>(parameters.size());
+  bind(bound + 1, limit);
+  bind(bound + 2, offset);
+}
+
 Query::~Query() {
   sqlite3_reset(handle);
   sqlite3_clear_bindings(handle);
@@ -90,6 +121,10 @@ void Query::bind(int index, std::string_view text) {
 
 void Query::bind(int index, std::int64_t number) {
   check(sqlite3_bind_int64(handle, index, number));
+}
+
+void Query::bind(int index, double number) {
+  check(sqlite3_bind_double(handle, index, number));
 }
 
 bool Query::next() {

@@ -6,6 +6,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "simulator/Condition.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -38,6 +41,9 @@ class Query {
     [[maybe_unused]] int index = 0;
     (bind(++index, parameters), ...);
   }
+  /// The same with parameters in a row, and `limit` and `offset` behind them.
+  Query(Statement& statement, const std::vector<Parameter>& parameters, std::int64_t limit, std::int64_t offset);
+  Query(Statement& statement, const std::vector<Parameter>& parameters);
   ~Query();
   Query(const Query&) = delete;
   Query& operator=(const Query&) = delete;
@@ -54,6 +60,7 @@ class Query {
  private:
   void bind(int index, std::string_view text);
   void bind(int index, std::int64_t number);
+  void bind(int index, double number);
   void check(int code) const;
 
   sqlite3_stmt* handle;
@@ -62,6 +69,8 @@ class Query {
 /// One connection. [one thread at a time]
 class Database {
  public:
+  /// Statements may use the function `instant`: the milliseconds since the epoch of a timestamp, or null.
+  ///
   /// Opens or makes the file at `path`, or a database in memory for ":memory:", and runs `schema` on an empty one. The
   /// schema sets "user_version" to `version`. Throws std::runtime_error "can't open the database "PATH": REASON", also
   /// when the file is no database or has another version.
@@ -76,6 +85,7 @@ class Database {
   using Connection = std::unique_ptr<sqlite3, Close>;
 
   static Connection open(const std::string& path);
+  void defineFunctions();
   void prepare(const std::string& schema, int version);
   int userVersion();
   void execute(const std::string& statements);

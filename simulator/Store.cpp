@@ -6,6 +6,10 @@ namespace simulator {
 
 namespace {
 
+/// By kind.
+constexpr std::array<const char*, kindCount> tables{"managed_objects", "alarms", "events", "operations",
+                                                    "measurements",    "sms",    "emails"};
+
 /// The last segment of a place, and what stands before it.
 std::pair<std::string, std::string> splitPlace(const std::string& place) {
   const std::size_t slash = place.rfind('/');  // npos + 1 is 0
@@ -31,13 +35,13 @@ Store::Statements::Statements(Database& database, const std::string& table)
 Store::Store(const std::string& path)
     : database(path, schema, schemaVersion),
       tenantStore(database),
-      statements{{{database, "managed_objects"},
-                  {database, "alarms"},
-                  {database, "events"},
-                  {database, "operations"},
-                  {database, "measurements"},
-                  {database, "sms"},
-                  {database, "emails"}}},
+      statements{{{database, tables[0]},
+                  {database, tables[1]},
+                  {database, tables[2]},
+                  {database, tables[3]},
+                  {database, tables[4]},
+                  {database, tables[5]},
+                  {database, tables[6]}}},
       readNextId(database, "SELECT value FROM next_id"),
       raiseNextId(database, "UPDATE next_id SET value = value + 1"),
       findActiveAlarm(database,
@@ -94,6 +98,24 @@ std::vector<StoredDocument> Store::page(Kind kind, std::int64_t limit, std::int6
 
 std::int64_t Store::count(Kind kind) {
   Query query(of(kind).count);
+  query.next();
+  return query.integer(0);
+}
+
+std::vector<StoredDocument> Store::page(Kind kind, const Condition& condition, std::int64_t limit,
+                                        std::int64_t offset) {
+  if (condition.sql.empty()) return page(kind, limit, offset);
+  Statement statement(database, std::string("SELECT id, document FROM ") + tables[static_cast<std::size_t>(kind)] +
+                                    " WHERE " + condition.sql + " ORDER BY id LIMIT ? OFFSET ?");
+  Query query(statement, condition.parameters, limit, offset);
+  return documents(query);
+}
+
+std::int64_t Store::count(Kind kind, const Condition& condition) {
+  if (condition.sql.empty()) return count(kind);
+  Statement statement(database, std::string("SELECT count(*) FROM ") + tables[static_cast<std::size_t>(kind)] +
+                                    " WHERE " + condition.sql);
+  Query query(statement, condition.parameters);
   query.next();
   return query.integer(0);
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "simulator/Condition.h"
 #include "simulator/Database.h"
 #include "simulator/TenantStore.h"
 
@@ -59,6 +60,9 @@ class Store {
   /// At most `limit` documents in ascending order of ids, behind the first `offset`.
   std::vector<StoredDocument> page(Kind kind, std::int64_t limit, std::int64_t offset);
   std::int64_t count(Kind kind);
+  /// The same of the documents that meet a condition.
+  std::vector<StoredDocument> page(Kind kind, const Condition& condition, std::int64_t limit, std::int64_t offset);
+  std::int64_t count(Kind kind, const Condition& condition);
   /// `count` of each kind, by its plural: "managed objects", "alarms", "events", "operations", "measurements", "SMS",
   /// "e-mails".
   std::map<std::string, std::int64_t> counts();

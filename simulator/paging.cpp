@@ -25,7 +25,7 @@ bool readBoolean(const std::string& name, const std::string& text) {
 
 }  // namespace
 
-PageRequest readPageRequest(const Request& request) {
+PageRequest readPageRequest(const Request& request, std::span<const Selector> selectors) {
   PageRequest page;
   for (const auto& [name, value] : request.queries) {
     if (name == "pageSize") {
@@ -34,9 +34,10 @@ PageRequest readPageRequest(const Request& request) {
       page.current = readNumber(name, value, 1, 1'000'000'000);
     } else if (name == "withTotalPages") {
       page.withTotal = readBoolean(name, value);
-    } else {
-      throw RequestError(422, "the query parameter " + quoted(name) +
-                                  " is not known here; known are pageSize, currentPage, withTotalPages");
+    } else if (std::ranges::find(selectors, name, &Selector::name) == selectors.end()) {
+      std::string known = "pageSize, currentPage, withTotalPages";
+      for (const Selector& selector : selectors) known.append(", ").append(selector.name);
+      throw RequestError(422, "the query parameter " + quoted(name) + " is not known here; known are " + known);
     }
   }
   return page;

@@ -3,9 +3,11 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 
 #include "simulator/http.h"
+#include "simulator/selection.h"
 
 namespace simulator {
 
@@ -20,7 +22,9 @@ struct PageRequest {
 /// Reads the query parameters `pageSize` (0 to 100000), `currentPage` (1 to 1000000000) and `withTotalPages`. Throws
 /// `RequestError` 422 for values out of range and for parameters it doesn't know: a filter that is ignored would pass
 /// for an answer. [any thread]
-PageRequest readPageRequest(const Request& request);
+///
+/// Parameters among `selectors` are known too, and left to them.
+PageRequest readPageRequest(const Request& request, std::span<const Selector> selectors = {});
 
 /// The `statistics` of a page as JSON text: `currentPage`, `pageSize`, and `totalPages` when asked for, in which case
 /// `count` tells the documents in all. [any thread]

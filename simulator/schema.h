@@ -6,6 +6,6 @@ namespace simulator {
 extern const char* const schema;
 
 /// The version that the schema gives to a database. A database of another version is refused.
-constexpr int schemaVersion = 3;
+constexpr int schemaVersion = 4;
 
 }  // namespace simulator

@@ -6,8 +6,11 @@ CREATE TABLE managed_objects (
   id TEXT PRIMARY KEY,
   document TEXT NOT NULL,
   type TEXT GENERATED ALWAYS AS (document ->> '$.type') VIRTUAL,
-  name TEXT GENERATED ALWAYS AS (document ->> '$.name') VIRTUAL
+  name TEXT GENERATED ALWAYS AS (document ->> '$.name') VIRTUAL,
+  owner TEXT GENERATED ALWAYS AS (document ->> '$.owner') VIRTUAL
 ) WITHOUT ROWID;
+CREATE INDEX managed_objects_by_type ON managed_objects (type);
+CREATE INDEX managed_objects_by_owner ON managed_objects (owner);
 
 CREATE TABLE alarms (
   id TEXT PRIMARY KEY,
@@ -100,4 +103,4 @@ CREATE TABLE current_user (number INTEGER PRIMARY KEY, document TEXT NOT NULL);
 CREATE TABLE next_id (value INTEGER NOT NULL);
 INSERT INTO next_id VALUES (2504001);
 
-PRAGMA user_version = 3;
+PRAGMA user_version = 4;

@@ -5,6 +5,25 @@
 namespace simulator {
 namespace json = boost::json;
 
+namespace {
+
+constexpr Selector selectors[] = {
+    {"source", Selector::Test::Text, "source.id"},
+    {"type", Selector::Test::Text, "type"},
+    {"severity", Selector::Test::AnyText, "severity"},
+    {"status", Selector::Test::AnyText, "status"},
+    {"resolved", Selector::Test::IsResolved, "status"},
+    {"dateFrom", Selector::Test::From, "time"},
+    {"dateTo", Selector::Test::To, "time"},
+    {"createdFrom", Selector::Test::From, "creationTime"},
+    {"createdTo", Selector::Test::To, "creationTime"},
+    {"q", Selector::Test::Filter, ""},
+    {"query", Selector::Test::Filter, ""},
+};
+constexpr Column columns[] = {{"source.id", "source"}, {"type", "type"}, {"status", "status"}};
+
+}  // namespace
+
 Alarms::Alarms(Workplace& workplace)
     : DocumentResource(workplace, {.kind = Kind::Alarm,
                                    .path = "/alarm/alarms",
@@ -12,7 +31,9 @@ Alarms::Alarms(Workplace& workplace)
                                    .what = "alarm",
                                    .collection = "alarms",
                                    .fixed = {"source", "type", "time"},
-                                   .maintained = {"count", "firstOccurrenceTime"}}) {}
+                                   .maintained = {"count", "firstOccurrenceTime"},
+                                   .selectors = selectors,
+                                   .columns = columns}) {}
 
 void Alarms::examine(FieldCheck& check, json::object& document, const json::object* before) {
   if (before == nullptr) document.emplace("status", "ACTIVE");

@@ -79,19 +79,21 @@ Answer DocumentResource::remove(const std::string& id) {
 }
 
 Answer DocumentResource::list(const Request& request) {
-  const PageRequest page = readPageRequest(request);
+  const PageRequest page = readPageRequest(request, kind.selectors);
+  const Condition selected = readSelection(request, kind.selectors, kind.columns);
   Answer answer;
   answer.contentType = mediaType(kind.name + "collection");
   answer.body = "{\"self\":";
   appendJsonString(answer.body, workplace.baseUrl + request.target);
   answer.body += ",\"" + kind.collection + "\":[";
   const char* separator = "";
-  for (const StoredDocument& document : workplace.store.page(kind.kind, page.size, page.offset())) {
+  for (const StoredDocument& document : workplace.store.page(kind.kind, selected, page.size, page.offset())) {
     answer.body += separator;
     appendDocument(answer.body, document.id, document.text);
     separator = ",";
   }
-  answer.body += "],\"statistics\":" + statistics(page, [&] { return workplace.store.count(kind.kind); }) + "}";
+  answer.body +=
+      "],\"statistics\":" + statistics(page, [&] { return workplace.store.count(kind.kind, selected); }) + "}";
   return answer;
 }
 

@@ -9,6 +9,7 @@
 #include "simulator/Store.h"
 #include "simulator/documents.h"
 #include "simulator/resources/Resource.h"
+#include "simulator/selection.h"
 #include "simulator/timestamp.h"
 
 namespace simulator {
@@ -29,6 +30,8 @@ struct DocumentKind {
   std::string collection;                    ///< "alarms", the field of a list that holds the documents
   std::vector<std::string_view> fixed;       ///< fields that an update can't change
   std::vector<std::string_view> maintained;  ///< fields that the platform keeps; from a client they are ignored
+  std::span<const Selector> selectors;       ///< query parameters of a list
+  std::span<const Column> columns;           ///< fields that its filters compare by their columns
   bool removable = false;                    ///< whether DELETE is served
 };
 

@@ -3,6 +3,23 @@
 namespace simulator {
 namespace json = boost::json;
 
+namespace {
+
+constexpr Selector selectors[] = {
+    {"source", Selector::Test::Text, "source.id"},
+    {"type", Selector::Test::Text, "type"},
+    {"fragmentType", Selector::Test::Has, ""},
+    {"dateFrom", Selector::Test::From, "time"},
+    {"dateTo", Selector::Test::To, "time"},
+    {"createdFrom", Selector::Test::From, "creationTime"},
+    {"createdTo", Selector::Test::To, "creationTime"},
+    {"q", Selector::Test::Filter, ""},
+    {"query", Selector::Test::Filter, ""},
+};
+constexpr Column columns[] = {{"source.id", "source"}, {"type", "type"}};
+
+}  // namespace
+
 Events::Events(Workplace& workplace)
     : DocumentResource(workplace, {.kind = Kind::Event,
                                    .path = "/event/events",
@@ -11,6 +28,8 @@ Events::Events(Workplace& workplace)
                                    .collection = "events",
                                    .fixed = {"source", "type", "time"},
                                    .maintained = {},
+                                   .selectors = selectors,
+                                   .columns = columns,
                                    .removable = true}) {}
 
 void Events::examine(FieldCheck& check, json::object&, const json::object*) {

@@ -8,6 +8,22 @@
 namespace simulator {
 namespace json = boost::json;
 
+namespace {
+
+constexpr Selector selectors[] = {
+    {"type", Selector::Test::Text, "type"},
+    {"name", Selector::Test::Text, "name"},
+    {"owner", Selector::Test::Text, "owner"},
+    {"fragmentType", Selector::Test::Has, ""},
+    {"createdFrom", Selector::Test::From, "creationTime"},
+    {"createdTo", Selector::Test::To, "creationTime"},
+    {"q", Selector::Test::Filter, ""},
+    {"query", Selector::Test::Filter, ""},
+};
+constexpr Column columns[] = {{"type", "type"}, {"name", "name"}, {"owner", "owner"}};
+
+}  // namespace
+
 /// One of the six ways in which a managed object shows its relatives.
 struct ManagedObjects::Collection {
   const char* name;
@@ -30,6 +46,8 @@ ManagedObjects::ManagedObjects(Workplace& workplace)
                                    .fixed = {},
                                    .maintained = {"childDevices", "childAssets", "childAdditions", "deviceParents",
                                                   "assetParents", "additionParents"},
+                                   .selectors = selectors,
+                                   .columns = columns,
                                    .removable = true}) {}
 
 void ManagedObjects::examine(FieldCheck& check, json::object&, const json::object*) {

@@ -8,6 +8,18 @@ namespace json = boost::json;
 
 namespace {
 
+constexpr Selector selectors[] = {
+    {"source", Selector::Test::Text, "source.id"},
+    {"type", Selector::Test::Text, "type"},
+    {"valueFragmentType", Selector::Test::Has, ""},
+    {"valueFragmentSeries", Selector::Test::HasWithin, ""},
+    {"dateFrom", Selector::Test::From, "time"},
+    {"dateTo", Selector::Test::To, "time"},
+    {"q", Selector::Test::Filter, ""},
+    {"query", Selector::Test::Filter, ""},
+};
+constexpr Column columns[] = {{"source.id", "source"}, {"type", "type"}};
+
 constexpr const char* listField = "measurements";
 
 }  // namespace
@@ -20,6 +32,8 @@ Measurements::Measurements(Workplace& workplace)
                                    .collection = listField,
                                    .fixed = {"source", "type", "time"},
                                    .maintained = {},
+                                   .selectors = selectors,
+                                   .columns = columns,
                                    .removable = true}) {}
 
 void Measurements::examine(FieldCheck& check, json::object&, const json::object*) {

@@ -5,6 +5,18 @@
 namespace simulator {
 namespace json = boost::json;
 
+namespace {
+
+constexpr Selector selectors[] = {
+    {"deviceId", Selector::Test::Text, "deviceId"}, {"status", Selector::Test::AnyText, "status"},
+    {"fragmentType", Selector::Test::Has, ""},      {"dateFrom", Selector::Test::From, "creationTime"},
+    {"dateTo", Selector::Test::To, "creationTime"}, {"q", Selector::Test::Filter, ""},
+    {"query", Selector::Test::Filter, ""},
+};
+constexpr Column columns[] = {{"deviceId", "device"}, {"status", "status"}};
+
+}  // namespace
+
 Operations::Operations(Workplace& workplace)
     : DocumentResource(workplace, {.kind = Kind::Operation,
                                    .path = "/operation/operations",
@@ -12,7 +24,9 @@ Operations::Operations(Workplace& workplace)
                                    .what = "operation",
                                    .collection = "operations",
                                    .fixed = {"deviceId", "delivery"},
-                                   .maintained = {}}) {}
+                                   .maintained = {},
+                                   .selectors = selectors,
+                                   .columns = columns}) {}
 
 void Operations::examine(FieldCheck& check, json::object& document, const json::object* before) {
   if (before == nullptr) document.emplace("status", "PENDING");

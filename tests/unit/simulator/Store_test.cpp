@@ -101,7 +101,7 @@ TEST_F(StoreTest, RefusesAFileThatIsNoDatabase) {
 
 TEST_F(StoreTest, RefusesADatabaseOfAnotherSchema) {
   { Database(file(), "PRAGMA user_version = 99", 99); }
-  EXPECT_EQ(refusalOf(file()), "can't open the database \"" + file() + "\": its schema has version 99, expected is 3");
+  EXPECT_EQ(refusalOf(file()), "can't open the database \"" + file() + "\": its schema has version 99, expected is 4");
 }
 
 TEST_F(StoreTest, RefusesAPathThatCannotBe) {

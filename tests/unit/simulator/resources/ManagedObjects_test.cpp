@@ -201,8 +201,10 @@ TEST_F(ManagedObjectsTest, ListGivesPagesInTheOrderOfIds) {
 }
 
 TEST_F(ManagedObjectsTest, ListRefusesParametersItDoesNotKnow) {
-  expectError(client.get("/registry/managed-objects?q=type"), 422, "unprocessable",
-              R"(the query parameter "q" is not known here; known are pageSize, currentPage, withTotalPages)");
+  expectError(
+      client.get("/registry/managed-objects?colour=red"), 422, "unprocessable",
+      "the query parameter \"colour\" is not known here; known are pageSize, currentPage, withTotalPages, type, "
+      "name, owner, fragmentType, createdFrom, createdTo, q, query");
   expectError(client.get("/registry/managed-objects?pageSize=-1"), 422, "unprocessable",
               R"(the query parameter "pageSize" must be a whole number from 0 to 100000, not "-1")");
   expectError(client.get("/registry/managed-objects?withTotalPages=yes"), 422, "unprocessable",

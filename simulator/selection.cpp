@@ -1,0 +1,89 @@
+#include "simulator/selection.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "simulator/errors.h"
+#include "simulator/filter.h"
+#include "simulator/timestamp.h"
+
+namespace simulator {
+
+namespace {
+
+[[noreturn]] void refuseValue(const Selector& selector, const std::string& wanted, const std::string& value) {
+  throw RequestError(422,
+                     "the query parameter " + quoted(selector.name) + " must be " + wanted + ", not " + quoted(value));
+}
+
+Condition isAnyOf(std::string_view path, std::span<const Column> columns, std::string_view texts) {
+  Condition condition;
+  for (std::size_t begin = 0; begin <= texts.size();) {
+    const std::size_t end = std::min(texts.find(',', begin), texts.size());
+    Condition one = compareField(path, columns, Comparison::Equal, std::string(texts.substr(begin, end - begin)));
+    condition.sql += (begin == 0 ? "(" : " OR ") + one.sql;
+    for (Parameter& bound : one.parameters) condition.parameters.push_back(std::move(bound));
+    begin = end + 1;
+  }
+  condition.sql += ')';
+  return condition;
+}
+
+void checkName(const Selector& selector, const std::string& value) {
+  if (value.empty() || value.find('"') != std::string::npos) refuseValue(selector, "the name of a field", value);
+}
+
+Condition hasWithin(const std::string& name) {
+  return {"EXISTS (SELECT 1 FROM json_each(document) WHERE type = 'object' AND json_type(value, ?) IS NOT NULL)",
+          {"$.\"" + name + '"'}};
+}
+
+Condition isInstant(const Selector& selector, Comparison comparison, const std::string& value) {
+  const std::optional<Moment> moment = parseTimestamp(value);
+  if (!moment) refuseValue(selector, "a timestamp such as 2024-05-01T12:00:00Z", value);
+  return compareInstant(selector.path, comparison, moment->time_since_epoch().count());
+}
+
+Condition isResolved(const Selector& selector, std::span<const Column> columns, const std::string& value) {
+  if (value != "true" && value != "false") refuseValue(selector, "true or false", value);
+  return compareField(selector.path, columns, value == "true" ? Comparison::Equal : Comparison::NotEqual,
+                      std::string("CLEARED"));
+}
+
+Condition conditionOf(const Selector& selector, std::span<const Column> columns, const std::string& value) {
+  switch (selector.test) {
+    case Selector::Test::Text:
+      return compareField(selector.path, columns, Comparison::Equal, value);
+    case Selector::Test::AnyText:
+      return isAnyOf(selector.path, columns, value);
+    case Selector::Test::Has:
+      checkName(selector, value);
+      return hasField(value);
+    case Selector::Test::HasWithin:
+      checkName(selector, value);
+      return hasWithin(value);
+    case Selector::Test::From:
+      return isInstant(selector, Comparison::GreaterOrEqual, value);
+    case Selector::Test::To:
+      return isInstant(selector, Comparison::Less, value);
+    case Selector::Test::IsResolved:
+      return isResolved(selector, columns, value);
+    case Selector::Test::Filter:
+      break;
+  }
+  return readFilter(std::string(selector.name), value, columns);
+}
+
+}  // namespace
+
+Condition readSelection(const Request& request, std::span<const Selector> selectors, std::span<const Column> columns) {
+  Condition condition;
+  for (const auto& [name, value] : request.queries) {
+    const auto selector = std::ranges::find(selectors, name, &Selector::name);
+    if (selector != selectors.end()) condition.require(conditionOf(*selector, columns, value));
+  }
+  return condition;
+}
+
+}  // namespace simulator
