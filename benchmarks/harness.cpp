@@ -17,7 +17,7 @@ namespace benchmarks {
 
 namespace {
 
-constexpr int warmUpRounds = 2;
+constexpr int mostWarmUpRounds = 2;
 
 std::vector<Case>& cases() {
   static std::vector<Case> all;
@@ -70,7 +70,7 @@ int runOne(const std::string& name, int rounds) {
   if (entry == cases().end()) throw std::runtime_error("No case " + name);
   const Round round = entry->prepare();
   Stopwatch stopwatch;
-  for (int i = 0; i < warmUpRounds; ++i) round(stopwatch);
+  for (int i = 0; i < std::min(rounds, mostWarmUpRounds); ++i) round(stopwatch);
   stopwatch = {};
   stopwatch.isCollecting = true;
   for (int i = 0; i < rounds; ++i) round(stopwatch);

@@ -32,7 +32,7 @@ def read_goals():
     return rows
 
 
-def build(targets=("values_benchmark", "json_benchmark", "codec_benchmark", "allocation_counter")):
+def build(targets=("values_benchmark", "json_benchmark", "codec_benchmark", "allocation_counter", "plain_host")):
     """Builds benchmarks in the release preset and gives the folder of the binaries. The environment variable
     BENCHMARK_BINARIES names another folder, of binaries that are built already."""
     built = os.environ.get("BENCHMARK_BINARIES")
@@ -57,10 +57,11 @@ def run(command, environment=None):
 
 
 class Binaries:
-    """The benchmark binaries of one folder."""
+    """The benchmark binaries of one folder, over the development host with its own heap or with plain malloc."""
 
-    def __init__(self, folder):
+    def __init__(self, folder, is_plain=False):
         self.folder = pathlib.Path(folder)
+        self.environment = {"LD_LIBRARY_PATH": str(self.folder / "plain_host")} if is_plain else {}
 
     def path(self, binary):
         return self.folder / f"{binary}_benchmark"
@@ -70,7 +71,7 @@ class Binaries:
         which are interleaved, the median counts."""
         out = run([self.path(binary), f"--benchmark_filter={pattern}", f"--benchmark_repetitions={repetitions}",
                    "--benchmark_enable_random_interleaving=true", f"--benchmark_min_time={seconds}",
-                   "--benchmark_format=json"]).stdout
+                   "--benchmark_format=json"], self.environment).stdout
         found = {}
         for entry in json.loads(out)["benchmarks"]:
             if entry.get("run_type") == "iteration":
@@ -83,14 +84,14 @@ class Binaries:
             log = pathlib.Path(folder) / "log"
             out = run(["valgrind", "--tool=callgrind", "--collect-atstart=no", f"--log-file={log}",
                        f"--callgrind-out-file={folder}/out", self.path(binary), f"--case={case}",
-                       f"--rounds={rounds}"]).stdout
+                       f"--rounds={rounds}"], self.environment).stdout
             collected = re.search(r"Collected : (\d+)", log.read_text(encoding="utf-8"))
         return int(collected[1]) / float(re.search(r"operations (\d+)", out)[1])
 
     def allocations(self, binary, case, rounds):
         """Blocks asked of malloc, per operation."""
         out = run([self.path(binary), f"--case={case}", f"--rounds={rounds}"],
-                  {"LD_PRELOAD": str(self.folder / "allocation_counter.so")}).stdout
+                  {**self.environment, "LD_PRELOAD": str(self.folder / "allocation_counter.so")}).stdout
         return float(re.search(r"allocations ([\d.]+)", out)[1])
 
 

@@ -19,7 +19,7 @@ def line(x1, y1, x2, y2, colour):
 def ticks(low, high):
     """1, 2 and 5 of each power of ten within the range; powers alone where that gives too many."""
     powers = range(math.floor(math.log10(low)), math.ceil(math.log10(high)) + 1)
-    steps = (1, 2, 5) if len(powers) < 4 else (1,)
+    steps = (1, 2, 5) if len(powers) < 5 else (1,)
     return [step * 10.0**power for power in powers for step in steps if low <= step * 10.0**power <= high * 1.0001]
 
 

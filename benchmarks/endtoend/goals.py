@@ -62,6 +62,9 @@ def number(value):
     return f"{value:,.0f}" if abs(value) >= 100 else f"{value:.1f}" if abs(value) >= 10 else f"{value:.2f}"
 
 
+GOALS_OF_REST = {"single": most(65_000), "merged 100": most(28_000)}
+
+
 def instruction_rows(name, counted, most_of_all, what, rest):
     """Two rows: all instructions, and those of the libraries left out."""
     if name not in counted:
@@ -72,12 +75,9 @@ def instruction_rows(name, counted, most_of_all, what, rest):
             Row(name, f"the same without {what}", rest(parts), compared=rest(parts), what="", goal=GOALS_OF_REST.get(name))]
 
 
-GOALS_OF_REST = {"single": most(65_000), "merged 100": most(28_000)}
-
-
-def rows(costs, latency, counted):
+def rows(costs, latency, start, counted):
     """`costs` has the medians of each scenario by client: µs of the processor per event, events per second, MiB;
-    `latency` has p50 and p99 in ms by client; `counted` has the instructions of the scenarios that were counted."""
+    `latency` has p50 and p99 in ms by client, `start` the processor's ms before the first event; `counted` has the instructions of the scenarios that were counted."""
     def row(name, measure, **other):
         values = {client: cost[measure] for client, cost in costs[name].items()}
         return Row(name, measure, values["runner"], values["node"], values["limit"], **other)
@@ -110,6 +110,7 @@ def rows(costs, latency, counted):
         row("walk", rate),
         *instruction_rows("walk", counted, None, "ICU", lambda parts: parts["rest"] + parts["libcurl"]),
         row("walk", memory),
+        Row("no events", "CPU ms", start["runner"], start["node"]),
     ]
 
 
