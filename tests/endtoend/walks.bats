@@ -19,6 +19,16 @@ final_event() { jq -cS 'select(.reqId == 2 and (.type | endswith("Ack"))) | .pay
   expect .liveBlocks 0
 }
 
+@test "a walk that stands still is told once, and ends at its bound" {
+  # By id with one element a page the codec asks for the same page again and again.
+  printf '%s\n{"type": "FindManagedObject", "payload": {"reqId": 2, "params": {"query": "has(device)", "pageSize": 1}}}\n' "$fleet" >events
+  run_chain run events --pages-per-walk 50 --json-report report.json
+  [ "$status" -eq 0 ]
+  [ "$(grep -c 'FindManagedObject 2 asks for the same page for the third time in a row: GET /registry/managed-objects?' err)" -eq 1 ]
+  expect .answers '{"200":50,"201":1,"400 transport/tooManyPages":1}'
+  [ "$(final_event | jq -c '[.error, .statusCode]')" = '[true,400]' ]
+}
+
 @test "the chain file bounds a walk as well" {
   echo 'transport: {pagesPerWalk: 5}' >chain.yaml
   printf '%s\n{"type": "FindManagedObject", "payload": {"reqId": 2, "params": {"pageSize": 2}}}\n' "$fleet" >events

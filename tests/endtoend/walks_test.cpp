@@ -24,6 +24,7 @@ struct Continuation {
 };
 
 constexpr Continuation byNumber{"ByNumber", R"("pageSize": 7)", false};
+constexpr Continuation byId{"ById", R"("pageSize": 7, "query": "type eq 'pump'")", true};
 
 std::string shortType(const json::object& event) {
   const std::string type(event.at("type").as_string());
@@ -109,14 +110,34 @@ TEST_P(WholeWalkTest, FindsWhatTheStoreHoldsElementByElement) {
   EXPECT_EQ(chain.requests().size(), static_cast<std::size_t>(pages));
 }
 
-INSTANTIATE_TEST_SUITE_P(PagesOfSeven, WholeWalkTest,
-                         testing::Values(Walk{byNumber, 0}, Walk{byNumber, 1}, Walk{byNumber, 6}, Walk{byNumber, 7},
-                                         Walk{byNumber, 8}, Walk{byNumber, 14}, Walk{byNumber, 345},
-                                         Walk{byNumber, 350}),
-                         [](const auto& each) {
-                           return each.param.continuation.name + std::string("Over") +
-                                  std::to_string(each.param.objects);
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    PagesOfSeven, WholeWalkTest,
+    testing::Values(Walk{byNumber, 0}, Walk{byNumber, 1}, Walk{byNumber, 6}, Walk{byNumber, 7}, Walk{byNumber, 8},
+                    Walk{byNumber, 14}, Walk{byNumber, 345}, Walk{byNumber, 350}, Walk{byId, 0}, Walk{byId, 1},
+                    Walk{byId, 6}, Walk{byId, 7}, Walk{byId, 8}, Walk{byId, 14}, Walk{byId, 345}, Walk{byId, 350}),
+    [](const auto& each) {
+      return each.param.continuation.name + std::string("Over") + std::to_string(each.param.objects);
+    });
+
+TEST_F(WalkTest, ByIdKeepsItsPlaceWhileTheStoreChanges) {
+  store(1, 30);
+  chain.atEvent = [this](const std::string& event) {
+    // In the middle of the second page.
+    if (summary(event) != "found p1010 Pump 10") return;
+    load({{{"id", "p0"}, {"name", "Behind"}, {"type", "pump"}},
+          {{"id", "p1020x"}, {"name", "Ahead"}, {"type", "pump"}},
+          {{"id", "q"}, {"name", "Last"}, {"type", "pump"}}});
+    chain.remove("/registry/managed-objects/" + idOf(2));
+    chain.remove("/registry/managed-objects/" + idOf(25));
+  };
+  Lines expected = foundFrom(1, 20);
+  expected.push_back("found p1020x Ahead");
+  for (const std::string& line : foundFrom(21, 24)) expected.push_back(line);
+  for (const std::string& line : foundFrom(26, 30)) expected.push_back(line);
+  expected.push_back("found q Last");
+  expected.push_back("end false 200 ");
+  EXPECT_EQ(find(byId.params), expected);
+}
 
 TEST_F(WalkTest, ByNumberEndsWhileTheStoreShrinks) {
   store(1, 30);
@@ -129,6 +150,17 @@ TEST_F(WalkTest, ByNumberEndsWhileTheStoreShrinks) {
   for (const std::string& line : foundFrom(22, 30)) expected.push_back(line);
   expected.push_back("end false 200 ");
   EXPECT_EQ(find(byNumber.params), expected);
+}
+
+TEST_F(WalkTest, ByIdEndsWithAnErrorBehindAnIdThatHoldsAQuote) {
+  store(1, 6);
+  load({{{"id", "q'1"}, {"name", "Quoted"}, {"type", "pump"}}, {{"id", "r"}, {"name", "Behind"}, {"type", "pump"}}});
+  const Lines events = find(byId.params);
+  Lines expected = foundFrom(1, 6);
+  expected.push_back("found q'1 Quoted");
+  ASSERT_EQ(events.size(), expected.size() + 2);
+  EXPECT_EQ(Lines(events.begin(), events.end() - 2), expected);
+  EXPECT_TRUE(events.back().starts_with("end true 422 the filter in \"query\" can't be read")) << events.back();
 }
 
 struct FailedWalk {
@@ -170,7 +202,8 @@ TEST_P(FailedWalkTest, GoesOnWhenALostPageComesWithTheRetry) {
 }
 
 INSTANTIATE_TEST_SUITE_P(FirstMiddleAndLast, FailedWalkTest,
-                         testing::Values(FailedWalk{byNumber, 1}, FailedWalk{byNumber, 2}, FailedWalk{byNumber, 3}),
+                         testing::Values(FailedWalk{byNumber, 1}, FailedWalk{byNumber, 2}, FailedWalk{byNumber, 3},
+                                         FailedWalk{byId, 1}, FailedWalk{byId, 2}, FailedWalk{byId, 3}),
                          [](const auto& each) {
                            return each.param.continuation.name + std::string("OnPage") +
                                   std::to_string(each.param.failingPage);
