@@ -64,7 +64,8 @@ class Setup:
         folder = self.helpers / "node"
         folder.mkdir(exist_ok=True)
         lock = "package-lock.json"
-        is_fresh = (folder / "installed").exists() and (folder / lock).read_bytes() == (HERE / "node" / lock).read_bytes()
+        is_same = (folder / lock).exists() and (folder / lock).read_bytes() == (HERE / "node" / lock).read_bytes()
+        is_fresh = is_same and (folder / "installed").exists()
         for file in (HERE / "node").iterdir():
             if file.is_file():
                 shutil.copy(file, folder)
@@ -116,5 +117,6 @@ def run(setup, command, out, folder, lines=None):
         finished = subprocess.run([setup.helpers / "stopwatch", report, lines or "-", *command], check=False,
                                   stdin=subprocess.DEVNULL, stdout=file, stderr=subprocess.PIPE, env=environment())
     if finished.returncode != 0:
-        raise Failure(f"{pathlib.Path(str(command[0])).name} failed:\n{finished.stderr.decode(errors='replace').strip()}")
+        reason = finished.stderr.decode(errors="replace").strip()
+        raise Failure(f"{pathlib.Path(str(command[0])).name} failed:\n{reason}")
     return json.loads(report.read_text(encoding="utf-8"))

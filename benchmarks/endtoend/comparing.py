@@ -71,7 +71,7 @@ def check(setup, scenario, folder):
             clients.run(setup, command(setup, small, events, url), out, folder)
         requests[name], results[name] = lines_of(record), lines_of(out)
     if len(requests["runner"]) != small.requests or len(results["runner"]) != small.lines_out:
-        raise Failure(f"{scenario.title}: {len(requests['runner'])} requests and {len(results['runner'])} events are not "
+        raise Failure(f"{scenario.title}: {len(requests['runner'])} requests and {len(results['runner'])} events, not "
                       f"{small.requests} and {small.lines_out}")
     for what, texts, form in (("requests", requests, request), ("events", results, event)):
         compare(scenario, what, map(form, texts["runner"]), map(form, texts["node"]))

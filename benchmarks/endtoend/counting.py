@@ -10,8 +10,8 @@ OBJECT = re.compile(r"(c?)ob=(\(\d+\)) ?(.*)")
 
 
 def by_library(file):
-    """The instructions of a callgrind profile, by "ICU", "libcurl" and "rest". What a library has others do for it, such
-    as malloc, counts as its own."""
+    """The instructions of a callgrind profile, by "ICU", "libcurl" and "rest". What a library has others do for it,
+    such as malloc, counts as its own."""
     totals = collections.Counter()
     kinds, caller, callee = {}, "rest", None
     is_call = False

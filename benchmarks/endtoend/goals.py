@@ -71,13 +71,16 @@ def instruction_rows(name, counted, most_of_all, what, rest):
         return []
     parts = counted[name]
     total = sum(parts.values())
-    return [Row(name, "instructions/event", total, compared=total, what="", goal=most(most_of_all) if most_of_all else None),
-            Row(name, f"the same without {what}", rest(parts), compared=rest(parts), what="", goal=GOALS_OF_REST.get(name))]
+    goal = most(most_of_all) if most_of_all else None
+    without = rest(parts)
+    return [Row(name, "instructions/event", total, compared=total, what="", goal=goal),
+            Row(name, f"the same without {what}", without, compared=without, what="", goal=GOALS_OF_REST.get(name))]
 
 
 def rows(costs, latency, start, counted):
     """`costs` has the medians of each scenario by client: µs of the processor per event, events per second, MiB;
-    `latency` has p50 and p99 in ms by client, `start` the processor's ms before the first event; `counted` has the instructions of the scenarios that were counted."""
+    `latency` has p50 and p99 in ms by client, `start` the processor's ms without any event; `counted` has the
+    instructions of the scenarios that were counted."""
     def row(name, measure, **other):
         values = {client: cost[measure] for client, cost in costs[name].items()}
         return Row(name, measure, values["runner"], values["node"], values["limit"], **other)

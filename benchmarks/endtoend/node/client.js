@@ -8,7 +8,15 @@
 import { createReadStream } from 'node:fs';
 import { Pool } from 'undici';
 
-import { alarmCommitted, alarmRequest, mergedMeasurement, mergedRequest, pageRequest, pageResults, walkEnded } from './translation.js';
+import {
+  alarmCommitted,
+  alarmRequest,
+  mergedMeasurement,
+  mergedRequest,
+  pageRequest,
+  pageResults,
+  walkEnded,
+} from './translation.js';
 
 const CONNECTIONS = 8;
 const MOST_IN_FLIGHT = 64;

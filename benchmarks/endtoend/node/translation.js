@@ -1,7 +1,14 @@
 // The codec's translation by hand, for the three event types that the benchmark plays: the same fields dropped, the same
 // times converted, the same requests, the same events.
 
-const HOST_ONLY = new Set(['.kelvo_notificationType', 'source.name', 'source.value', 'source.id', 'source.self', 'source.type']);
+const HOST_ONLY = new Set([
+  '.kelvo_notificationType',
+  'source.name',
+  'source.value',
+  'source.id',
+  'source.self',
+  'source.type',
+]);
 const FOR_THE_CHAIN = new Set(['reqId', 'requiresResponse', 'responseChannel']);
 const DROPPED_WHEN_EMPTY = new Set(['source', 'type', 'time', 'text', 'status', 'severity']);
 const TYPE = 'application/vnd.com.rdx.marlovance';
