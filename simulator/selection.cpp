@@ -34,6 +34,11 @@ void checkName(const Selector& selector, const std::string& value) {
   if (value.empty() || value.find('"') != std::string::npos) refuseValue(selector, "the name of a field", value);
 }
 
+/// A name is one name, dots and all.
+Condition hasNamed(const std::string& name) {
+  return {"json_type(document, ?) IS NOT NULL", {"$.\"" + name + '"'}};
+}
+
 Condition hasWithin(const std::string& name) {
   return {"EXISTS (SELECT 1 FROM json_each(document) WHERE type = 'object' AND json_type(value, ?) IS NOT NULL)",
           {"$.\"" + name + '"'}};
@@ -59,7 +64,7 @@ Condition conditionOf(const Selector& selector, std::span<const Column> columns,
       return isAnyOf(selector.path, columns, value);
     case Selector::Test::Has:
       checkName(selector, value);
-      return hasField(value);
+      return hasNamed(value);
     case Selector::Test::HasWithin:
       checkName(selector, value);
       return hasWithin(value);
