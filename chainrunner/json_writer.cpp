@@ -1,39 +1,118 @@
+// A text is written into a buffer that each thread keeps, and appended to its destination in one piece. Strings go
+// chunk by chunk: copied first, looked at then, so that what needs no escape costs a few instructions.
 #include "chainrunner/json_writer.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <memory>
 #include <stdexcept>
-#include <string_view>
-#include <utility>
 #include <vector>
 
+#include "chainrunner/plain_text.h"
 #include "chainrunner/utf8.h"
 
 namespace chainrunner {
 
 namespace {
 
-/// Writes one value; `depth` counts the containers that may still open.
+/// How each byte that isn't plain is written: the letter behind the backslash, or 'u' for its number.
+constexpr std::array<char, 256> escapes = [] {
+  std::array<char, 256> letters{};
+  for (std::size_t control = 0; control < 0x20; ++control) letters[control] = 'u';
+  letters['"'] = '"';
+  letters['\\'] = '\\';
+  letters['\n'] = 'n';
+  letters['\r'] = 'r';
+  letters['\t'] = 't';
+  return letters;
+}();
+
+/// An entry of a map that is being written. Keys are compared by their first eight bytes, as a big-endian number, and
+/// by the rest only if these are equal.
+struct Entry {
+  std::uint64_t head;
+  std::string_view key;
+  const data_t* value;
+
+  bool operator<(const Entry& other) const { return head != other.head ? head < other.head : key < other.key; }
+};
+
+std::uint64_t headOf(std::string_view key) {
+  std::uint64_t head = 0;
+  if (key.size() >= sizeof head) {
+    std::memcpy(&head, key.data(), sizeof head);
+    return __builtin_bswap64(head);
+  }
+  for (const char character : key) head = head << 8 | static_cast<unsigned char>(character);
+  return key.empty() ? 0 : head << (64 - 8 * key.size());
+}
+
+/// In the order of the bytes; few entries, as nearly all maps have, without a call. Equal keys keep their order.
+void sort(Entry* begin, Entry* end) {
+  if (end - begin > 16) {
+    std::stable_sort(begin, end);
+    return;
+  }
+  for (Entry* next = begin + 1; next < end; ++next) {
+    const Entry entry = *next;
+    Entry* place = next;
+    for (; place > begin && entry < place[-1]; --place) *place = place[-1];
+    *place = entry;
+  }
+}
+
 class Writer {
  public:
-  Writer(std::string& out, std::size_t maxDepth) : out(out), maxDepth(maxDepth) {}
+  void clear() {
+    at = begin.get();
+    entries.clear();
+  }
 
+  std::string_view text() const { return {begin.get(), used()}; }
+
+  /// Gives memory back that only an uncommonly large text needed.
+  void tidy() {
+    constexpr std::size_t most = 1 << 20;
+    if (static_cast<std::size_t>(limit - begin.get()) > most) *this = {};
+  }
+
+  void writeValue(const data_t& value, std::size_t maxDepth) {
+    this->maxDepth = maxDepth;
+    write(value, maxDepth);
+  }
+
+  void writeString(std::string_view text) {
+    makeRoom(text.size() + 2 + chunkBytes);
+    *at++ = '"';
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    for (;;) {
+      from = copyPlain(from, end);
+      if (from == end) break;
+      from = writeSpecial(from, end);
+      makeRoom(static_cast<std::size_t>(end - from) + 2 + chunkBytes);
+    }
+    *at++ = '"';
+  }
+
+ private:
+  /// Writes one value; `depth` counts the containers that may still open.
   void write(const data_t& value, std::size_t depth) {
     switch (value.type()) {
       case Tag::empty:
-        out += "null";
-        return;
+        return writeWord("null");
       case Tag::boolean:
-        out += value.get<bool>() ? "true" : "false";
-        return;
+        return writeWord(value.get<bool>() ? "true" : "false");
       case Tag::number:
         return writeDouble(value.get<double>());
       case Tag::integer:
         return writeInteger(value.get<std::int64_t>());
       case Tag::string:
       case Tag::borrowedString:
-        return appendJsonString(out, value.get<const char*>());
+        return writeString(textOf(value));
       case Tag::list:
         return writeList(value.get<list_t>(), descend(depth));
       case Tag::map:
@@ -43,116 +122,164 @@ class Writer {
     }
   }
 
- private:
   std::size_t descend(std::size_t depth) const {
     if (depth == 0)
       throw std::runtime_error("Values nested deeper than " + std::to_string(maxDepth) + " have no JSON form");
     return depth - 1;
   }
 
+  static const char* textOf(const data_t& string) { return reinterpret_cast<const char*>(string.bits()); }
+
+  void writeWord(std::string_view word) {
+    makeRoom(word.size());
+    std::memcpy(at, word.data(), word.size());
+    at += word.size();
+  }
+
+  void put(char character) {
+    makeRoom(1);
+    *at++ = character;
+  }
+
   void writeInteger(std::int64_t number) {
-    char buffer[32];
-    out.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr);
+    makeRoom(longestNumber);
+    at = std::to_chars(at, limit, number).ptr;
   }
 
   void writeDouble(double number) {
     if (!std::isfinite(number)) throw std::runtime_error("A number that is not finite has no JSON form");
-    char buffer[64];
+    makeRoom(longestNumber);
     // Times should read as numbers of seconds, not as powers of ten.
     const bool isPlain = number == 0 || (std::fabs(number) >= 1e-5 && std::fabs(number) < 1e17);
     const auto form = isPlain ? std::chars_format::fixed : std::chars_format::scientific;
-    const std::string_view text(buffer, std::to_chars(buffer, buffer + sizeof buffer, number, form).ptr);
-    out += text;
-    if (text.find_first_of(".e") == std::string_view::npos) out += ".0";
+    const char* const start = at;
+    at = std::to_chars(at, limit, number, form).ptr;
+    if (isPlain && std::find(start, static_cast<const char*>(at), '.') == at) writeWord(".0");
   }
 
   void writeList(const list_t& list, std::size_t depth) {
-    out += '[';
-    const char* separator = "";
+    char separator = '[';
     for (const data_t& element : list) {
-      out += std::exchange(separator, ",");
+      put(separator);
+      separator = ',';
       write(element, depth);
     }
-    out += ']';
+    if (separator == '[') put('[');
+    put(']');
   }
 
   void writeMap(const map_t& map, std::size_t depth) {
-    std::vector<std::pair<std::string_view, const data_t*>> entries;
-    entries.reserve(map.size());
-    for (const auto& entry : map) {
-      if (!entry.first.isString())
-        throw std::runtime_error(std::string("A key that is not a string has no JSON form (it is ") +
-                                 entry.first.type_name() + ")");
-      entries.emplace_back(entry.first.get<const char*>(), &entry.second);
+    const std::size_t first = entries.size();
+    for (const auto& [key, value] : map) {
+      if (!key.isString())
+        throw std::runtime_error(std::string("A key that is not a string has no JSON form (it is ") + key.type_name() +
+                                 ")");
+      const std::string_view text = textOf(key);
+      entries.push_back({headOf(text), text, &value});
     }
-    std::sort(entries.begin(), entries.end());
-    out += '{';
-    const char* separator = "";
-    for (const auto& [key, value] : entries) {
-      out += std::exchange(separator, ",");
-      appendJsonString(out, key);
-      out += ':';
-      write(*value, depth);
+    sort(entries.data() + first, entries.data() + entries.size());
+    char separator = '{';
+    for (std::size_t i = first; i < entries.size(); ++i) {
+      put(separator);
+      separator = ',';
+      writeString(entries[i].key);
+      put(':');
+      write(*entries[i].value, depth);
     }
-    out += '}';
+    if (separator == '{') put('{');
+    put('}');
+    entries.resize(first);
   }
 
-  std::string& out;
-  const std::size_t maxDepth;
+  /// Copies what is plain, for which there is room, and gives the place of what isn't.
+  const char* copyPlain(const char* from, const char* end) {
+    while (static_cast<std::size_t>(end - from) >= chunkBytes) {
+      const std::size_t length = copyPlainChunk(at, from);
+      at += length;
+      from += length;
+      if (length < chunkBytes) return from;
+    }
+    const std::size_t length = copyPlainRest(at, from, static_cast<std::size_t>(end - from));
+    at += length;
+    return from + length;
+  }
+
+  /// Writes the character that begins here, for which there is room, and gives the place behind it.
+  const char* writeSpecial(const char* from, const char* end) {
+    const auto byte = static_cast<unsigned char>(*from);
+    if (escapes[byte] == 0) {
+      const std::size_t length = utf8CharacterLength({from, static_cast<std::size_t>(end - from)});
+      if (length == 0) throw std::runtime_error("A text that is not UTF-8 has no JSON form");
+      std::memcpy(at, from, length);
+      at += length;
+      return from + length;
+    }
+    *at++ = '\\';
+    *at++ = escapes[byte];
+    if (escapes[byte] == 'u') {
+      static constexpr char digits[] = "0123456789abcdef";
+      for (const char digit : {'0', '0', digits[byte >> 4], digits[byte & 0xf]}) *at++ = digit;
+    }
+    return from + 1;
+  }
+
+  std::size_t used() const { return static_cast<std::size_t>(at - begin.get()); }
+
+  void makeRoom(std::size_t bytes) {
+    if (static_cast<std::size_t>(limit - at) < bytes) [[unlikely]]
+      grow(bytes);
+  }
+
+  [[gnu::noinline]] void grow(std::size_t bytes) {
+    const std::size_t size = used();
+    const std::size_t room = std::max<std::size_t>(2 * size + bytes, 4096);
+    std::unique_ptr<char[]> wider(new char[room]);
+    if (size > 0) std::memcpy(wider.get(), begin.get(), size);
+    begin = std::move(wider);
+    at = begin.get() + size;
+    limit = begin.get() + room;
+  }
+
+  static constexpr std::size_t longestNumber = 32;
+
+  std::unique_ptr<char[]> begin;
+  char* at = nullptr;
+  char* limit = nullptr;
+  std::vector<Entry> entries;  ///< of the maps that aren't finished
+  std::size_t maxDepth = 0;
 };
 
-void appendEscaped(std::string& out, char character) {
-  static constexpr char digits[] = "0123456789abcdef";
-  switch (character) {
-    case '"':
-    case '\\':
-      out += '\\';
-      out += character;
-      return;
-    case '\n':
-      out += "\\n";
-      return;
-    case '\r':
-      out += "\\r";
-      return;
-    case '\t':
-      out += "\\t";
-      return;
-    default:
-      out += "\\u00";
-      out += digits[(character >> 4) & 0xf];
-      out += digits[character & 0xf];
-  }
-}
+/// The thread's writer, ready for a text. It is kept, since its buffer is.
+class KeptWriter {
+ public:
+  KeptWriter() : writer(ofThread()) { writer.clear(); }
+  KeptWriter(const KeptWriter&) = delete;
+  KeptWriter& operator=(const KeptWriter&) = delete;
+  ~KeptWriter() { writer.tidy(); }
 
-bool isPlain(unsigned char byte) {
-  return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
-}
+  Writer* operator->() { return &writer; }
+
+ private:
+  static Writer& ofThread() {
+    thread_local Writer writer;
+    return writer;
+  }
+
+  Writer& writer;
+};
 
 }  // namespace
 
 void appendJsonString(std::string& out, std::string_view text) {
-  out += '"';
-  while (!text.empty()) {
-    std::size_t length = 0;
-    while (length < text.size() && isPlain(static_cast<unsigned char>(text[length]))) ++length;
-    if (length == 0) {
-      length = utf8CharacterLength(text);
-      if (length == 0) throw std::runtime_error("A text that is not UTF-8 has no JSON form");
-      if (length == 1) {
-        appendEscaped(out, text.front());
-        text.remove_prefix(1);
-        continue;
-      }
-    }
-    out += text.substr(0, length);
-    text.remove_prefix(length);
-  }
-  out += '"';
+  KeptWriter writer;
+  writer->writeString(text);
+  out += writer->text();
 }
 
 void appendJson(std::string& out, const data_t& value, std::size_t maxDepth) {
-  Writer(out, maxDepth).write(value, maxDepth);
+  KeptWriter writer;
+  writer->writeValue(value, maxDepth);
+  out += writer->text();
 }
 
 std::string toJson(const data_t& value, std::size_t maxDepth) {

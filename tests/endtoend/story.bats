@@ -31,8 +31,8 @@ story() { echo "$SOURCE/examples/fleet-story.jsonl"; }
 
 @test "each bad line of the fleet story is told with file, line, column and reason" {
   run_chain run "$(story)"
-  for line in ':66:68: syntax error' ':67:1: unknown event type "Alert"' ':68:1: requiresResponse needs a reqId' \
-      ':69:1: reqId is not an integer but double'; do
+  for line in ':66:68: syntax error: a value is expected' ':67:1: unknown event type "Alert"' \
+      ':68:1: requiresResponse needs a reqId' ':69:1: reqId is not an integer but double'; do
     grep -qFx "$(story)$line" err
   done
 }

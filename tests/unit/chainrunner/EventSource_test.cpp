@@ -91,9 +91,10 @@ TEST_F(EventSourceTest, LosesOnlyTheBadLines) {
               "{\"type\":\"Alarm\",\"pay\":{}}\n"
               "{\"type\":\"Alarm\",\"metadata\":[]}\n"
               "{\"type\":\"Alarm\",\"payload\":2}\n"),
-      (Steps{"events.jsonl:1:32: syntax error", "1", "events.jsonl:3:1: unknown event type \"Alert\"",
-             "events.jsonl:4:1: the line is not an object but list", "events.jsonl:5:1: the line has no \"type\"",
-             "events.jsonl:6:1: unknown key \"pay\"", "events.jsonl:7:1: metadata is not an object but list", "2"}));
+      (Steps{"events.jsonl:1:32: syntax error: a value is expected", "1",
+             "events.jsonl:3:1: unknown event type \"Alert\"", "events.jsonl:4:1: the line is not an object but list",
+             "events.jsonl:5:1: the line has no \"type\"", "events.jsonl:6:1: unknown key \"pay\"",
+             "events.jsonl:7:1: metadata is not an object but list", "2"}));
 }
 
 TEST_F(EventSourceTest, RefusesALineThatIsTooLong) {

@@ -67,7 +67,7 @@ TEST(HttpAnswerTest, KeepsAnErrorStatusInThatFailure) {
   EXPECT_EQ(answered({404, "Not Found", "application/json", "", "<html>"}),
             failure("404", "Bad Gateway", "transport/badBody",
                     "GET /a: the platform answered 404 Not Found with a body that can't be read as application/json: "
-                    "syntax error"));
+                    "syntax error: a value is expected"));
 }
 
 TEST(HttpAnswerTest, TurnsARedirectIntoAFailure) {
