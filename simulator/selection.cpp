@@ -39,7 +39,15 @@ Condition hasNamed(const std::string& name) {
   return {"json_type(document, ?) IS NOT NULL", {"$.\"" + name + '"'}};
 }
 
-Condition hasWithin(const std::string& name) {
+const std::string* valueOf(const Request& request, std::string_view parameter) {
+  for (const auto& [name, value] : request.queries) {
+    if (name == parameter) return &value;
+  }
+  return nullptr;
+}
+
+Condition hasWithin(const std::string* object, const std::string& name) {
+  if (object != nullptr) return {"json_type(document, ?) IS NOT NULL", {"$.\"" + *object + "\".\"" + name + '"'}};
   return {"EXISTS (SELECT 1 FROM json_each(document) WHERE type = 'object' AND json_type(value, ?) IS NOT NULL)",
           {"$.\"" + name + '"'}};
 }
@@ -56,7 +64,8 @@ Condition isResolved(const Selector& selector, std::span<const Column> columns, 
                       std::string("CLEARED"));
 }
 
-Condition conditionOf(const Selector& selector, std::span<const Column> columns, const std::string& value) {
+Condition conditionOf(const Request& request, const Selector& selector, std::span<const Column> columns,
+                      const std::string& value) {
   switch (selector.test) {
     case Selector::Test::Text:
       return compareField(selector.path, columns, Comparison::Equal, value);
@@ -67,7 +76,7 @@ Condition conditionOf(const Selector& selector, std::span<const Column> columns,
       return hasNamed(value);
     case Selector::Test::HasWithin:
       checkName(selector, value);
-      return hasWithin(value);
+      return hasWithin(valueOf(request, selector.path), value);
     case Selector::Test::From:
       return isInstant(selector, Comparison::GreaterOrEqual, value);
     case Selector::Test::To:
@@ -86,7 +95,7 @@ Condition readSelection(const Request& request, std::span<const Selector> select
   Condition condition;
   for (const auto& [name, value] : request.queries) {
     const auto selector = std::ranges::find(selectors, name, &Selector::name);
-    if (selector != selectors.end()) condition.require(conditionOf(*selector, columns, value));
+    if (selector != selectors.end()) condition.require(conditionOf(request, *selector, columns, value));
   }
   return condition;
 }

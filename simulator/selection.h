@@ -16,7 +16,8 @@ struct Selector {
     Text,        ///< the field is the parameter's text
     AnyText,     ///< the field is one of the parameter's texts, with commas between them
     Has,         ///< the parameter names a field that the document has
-    HasWithin,   ///< the parameter names a field that one of the document's own objects has
+    HasWithin,   ///< the parameter names a field of an object in the document: the one that the parameter `path` names,
+                 ///< or any
     From,        ///< the field's timestamp is the parameter's or later
     To,          ///< the field's timestamp is before the parameter's
     IsResolved,  ///< true: the field is "CLEARED"; false: it isn't
@@ -25,7 +26,7 @@ struct Selector {
 
   std::string_view name;
   Test test;
-  std::string_view path;  ///< of the field; nothing for `Has`, `HasWithin` and `Filter`
+  std::string_view path;  ///< of the field; nothing for `Has` and `Filter`
 };
 
 /// The condition that all of the request's selecting parameters set together; other parameters are passed over. Throws

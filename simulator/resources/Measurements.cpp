@@ -12,7 +12,7 @@ constexpr Selector selectors[] = {
     {"source", Selector::Test::Text, "source.id"},
     {"type", Selector::Test::Text, "type"},
     {"valueFragmentType", Selector::Test::Has, ""},
-    {"valueFragmentSeries", Selector::Test::HasWithin, ""},
+    {"valueFragmentSeries", Selector::Test::HasWithin, "valueFragmentType"},
     {"dateFrom", Selector::Test::From, "time"},
     {"dateTo", Selector::Test::To, "time"},
     {"q", Selector::Test::Filter, ""},

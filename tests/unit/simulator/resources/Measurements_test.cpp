@@ -17,6 +17,14 @@ class MeasurementsTest : public PlatformTest {
                           {{"Content-Type", "application/vnd.com.rdx.marlovance." + name + "+json"}});
   }
 
+  /// The ids that a query finds, each with a blank behind it.
+  std::string found(const std::string& query) {
+    std::string ids;
+    const boost::json::object page = client.get(std::string(path) + "?pageSize=100&" + query).json();
+    for (const auto& each : page.at("measurements").as_array()) ids.append(each.at("id").as_string()).append(" ");
+    return ids;
+  }
+
   /// Posts a collection of these elements, joined by commas.
   Received postMany(const std::string& elements) {
     return postAs("measurementcollection", R"({"measurements":[)" + elements + "]}");
@@ -119,6 +127,47 @@ TEST_F(MeasurementsTest, ThousandsOfSeriesComeBackAsTheyWere) {
   body.insert(1, "\"c_Wide\":" + fragment + ",");
   const std::string id = client.post(path, body).id();
   EXPECT_EQ(client.get(std::string(path) + "/" + id).json().at("c_Wide"), boost::json::parse(fragment));
+}
+
+TEST_F(MeasurementsTest, QueriesFindByFragmentAndSeries) {
+  const std::string source = device();
+  const auto with = [&](const std::string& fragments) {
+    return R"({"source":{"id":")" + source + R"("},"type":"reading","time":"2024-05-01T12:00:00Z",)" + fragments + "}";
+  };
+  postMany(with(R"("c_T":{"T":{"value":1}})") + "," + with(R"("c_T":{"U":{"value":1}})") + "," +
+           with(R"("c_V":{"T":{"value":1}})") + "," + with(R"("c.T":{"T":{"value":1}})") + "," +
+           with(R"("c_W":{"W":{"value":1}},"c_X":{"X":{"value":1}})"));
+  EXPECT_EQ(found("valueFragmentType=c_T"), "2504002 2504003 ");
+  EXPECT_EQ(found("valueFragmentType=c_T&valueFragmentSeries=T"), "2504002 ");
+  EXPECT_EQ(found("valueFragmentSeries=T&valueFragmentType=c_V"), "2504004 ");
+  EXPECT_EQ(found("valueFragmentType=c.T&valueFragmentSeries=T"), "2504005 ");
+  EXPECT_EQ(found("valueFragmentType=c_W&valueFragmentSeries=X"), "");
+  EXPECT_EQ(found("valueFragmentSeries=X"), "2504006 ");
+}
+
+TEST_F(MeasurementsTest, QueriesFindBySourceTypeAndTime) {
+  const std::string source = device();
+  const std::string other = device();
+  const auto at = [](const std::string& from, const std::string& type, const std::string& time) {
+    return R"({"source":{"id":")" + from + R"("},"type":")" + type + R"(","time":")" + time + R"("})";
+  };
+  postMany(at(source, "a", "2024-05-01T12:00:00Z") + "," + at(source, "b", "2024-05-01T14:30:00+02:00") + "," +
+           at(other, "a", "2024-05-01T13:00:00Z"));
+  EXPECT_EQ(found("source=" + source), "2504003 2504004 ");
+  EXPECT_EQ(found("type=a"), "2504003 2504005 ");
+  EXPECT_EQ(found("dateFrom=2024-05-01T12:30:00Z"), "2504004 2504005 ");
+  EXPECT_EQ(found("dateTo=2024-05-01T12:30:00Z"), "2504003 ");
+  EXPECT_EQ(found("source=" + source + "&type=a&dateFrom=2024-05-01T12:30:00Z"), "");
+}
+
+TEST_F(MeasurementsTest, QueriesTellHowManyPagesThereAre) {
+  const std::string source = device();
+  postMany(measurementOf(source) + "," + measurementOf(source) + "," + measurementOf(source));
+  const boost::json::object page =
+      client.get(std::string(path) + "?pageSize=2&currentPage=2&withTotalPages=true").json();
+  EXPECT_EQ(page.at("measurements").as_array().size(), 1u);
+  EXPECT_EQ(page.at("measurements").at(0).at("id"), "2504004");
+  EXPECT_EQ(page.at("statistics"), boost::json::parse(R"({"currentPage":2,"pageSize":2,"totalPages":2})"));
 }
 
 TEST_F(MeasurementsTest, UpdateCannotMoveAMeasurement) {
