@@ -11,6 +11,7 @@ from measuring import Failure, ROOT
 
 HERE = pathlib.Path(__file__).resolve().parent
 USER, PASSWORD = "fleet", "fleet-secret"
+PATIENCE = 600  # seconds for one run of a client
 
 
 def environment():
@@ -113,10 +114,15 @@ def limit_command(setup, scenario, bodies, url):
 def run(setup, command, out, folder, lines=None):
     """Runs a client to its end with standard output into the file `out`. Gives what it cost."""
     report = pathlib.Path(folder) / "cost.json"
+    name = pathlib.Path(str(command[0])).name
     with open(out, "wb") as file:
-        finished = subprocess.run([setup.helpers / "stopwatch", report, lines or "-", *command], check=False,
-                                  stdin=subprocess.DEVNULL, stdout=file, stderr=subprocess.PIPE, env=environment())
+        try:
+            finished = subprocess.run([setup.helpers / "stopwatch", report, lines or "-", *command], check=False,
+                                      stdin=subprocess.DEVNULL, stdout=file, stderr=subprocess.PIPE, env=environment(),
+                                      timeout=PATIENCE)
+        except subprocess.TimeoutExpired as expired:
+            raise Failure(f"{name} didn't end within {PATIENCE} seconds") from expired
     if finished.returncode != 0:
         reason = finished.stderr.decode(errors="replace").strip()
-        raise Failure(f"{pathlib.Path(str(command[0])).name} failed:\n{reason}")
+        raise Failure(f"{name} failed:\n{reason}")
     return json.loads(report.read_text(encoding="utf-8"))

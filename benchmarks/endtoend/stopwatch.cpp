@@ -7,6 +7,7 @@
 // with a line. The report has `p50` and `p99` of the time between line and answer then, in seconds; the first tenth of
 // the lines warms up and doesn't count. With - the program is left alone. Exits with the program's code.
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -53,6 +54,7 @@ class Child {
     process = fork();
     if (process < 0) throw std::runtime_error("there is no process to be had");
     if (process == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
       if (isAsked) {
         dup2(questions[0], STDIN_FILENO);
         dup2(answers[1], STDOUT_FILENO);
