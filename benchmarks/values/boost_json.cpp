@@ -99,7 +99,7 @@ class Values {
     return static_cast<unsigned char>(object.find(key)->value().get_string()[0]);
   }
 
-  const MessageKeys<json::string_view> keys;
+  const MessageKeys<json::string_view> keys{};
 };
 
 class Table {

@@ -93,7 +93,7 @@ class Values {
   }
 
  private:
-  const MessageKeys<hashed_key> keys;
+  const MessageKeys<hashed_key> keys{};
 };
 
 class Table {

@@ -210,7 +210,7 @@ class Values {
     return static_cast<unsigned char>(map.find(key)->second.text()[0]);
   }
 
-  const MessageKeys<std::string> keys;
+  const MessageKeys<std::string> keys{};
 };
 
 template <template <class> class MapOf>

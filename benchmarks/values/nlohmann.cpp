@@ -91,7 +91,7 @@ class Values {
     return static_cast<unsigned char>(object.find(key)->get_ref<const std::string&>()[0]);
   }
 
-  const MessageKeys<std::string> keys;
+  const MessageKeys<std::string> keys{};
 };
 
 class Table {

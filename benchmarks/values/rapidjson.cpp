@@ -132,7 +132,7 @@ class Values {
     return static_cast<unsigned char>(object.FindMember(key)->value.GetString()[0]);
   }
 
-  const MessageKeys<Key> keys;
+  const MessageKeys<Key> keys{};
 };
 
 }  // namespace
