@@ -18,6 +18,8 @@ namespace chainrunner {
 
 namespace {
 
+using com::tallowmere::connectivity10_15_4::isOccupied;
+
 /// How each byte that isn't plain is written: the letter behind the backslash, or 'u' for its number.
 constexpr std::array<char, 256> escapes = [] {
   std::array<char, 256> letters{};
@@ -40,14 +42,26 @@ struct Entry {
   bool operator<(const Entry& other) const { return head != other.head ? head < other.head : key < other.key; }
 };
 
+template <class Word>
+std::uint64_t load(const char* from) {
+  Word word;
+  std::memcpy(&word, from, sizeof word);
+  return word;
+}
+
 std::uint64_t headOf(std::string_view key) {
+  const char* const text = key.data();
+  const std::size_t size = key.size();
+  if (size >= 8) return __builtin_bswap64(load<std::uint64_t>(text));
   std::uint64_t head = 0;
-  if (key.size() >= sizeof head) {
-    std::memcpy(&head, key.data(), sizeof head);
-    return __builtin_bswap64(head);
+  if (size >= 4) {
+    // The two halves overlap and agree where they do.
+    head = load<std::uint32_t>(text) | load<std::uint32_t>(text + size - 4) << (8 * (size - 4));
+  } else if (size > 0) {
+    head = load<std::uint8_t>(text) | load<std::uint8_t>(text + size / 2) << (8 * (size / 2)) |
+           load<std::uint8_t>(text + size - 1) << (8 * (size - 1));
   }
-  for (const char character : key) head = head << 8 | static_cast<unsigned char>(character);
-  return key.empty() ? 0 : head << (64 - 8 * key.size());
+  return __builtin_bswap64(head);
 }
 
 /// In the order of the bytes; few entries, as nearly all maps have, without a call. Equal keys keep their order.
@@ -149,12 +163,35 @@ class Writer {
   void writeDouble(double number) {
     if (!std::isfinite(number)) throw std::runtime_error("A number that is not finite has no JSON form");
     makeRoom(longestNumber);
+    if (writeShortDecimal(number)) return;
     // Times should read as numbers of seconds, not as powers of ten.
     const bool isPlain = number == 0 || (std::fabs(number) >= 1e-5 && std::fabs(number) < 1e17);
     const auto form = isPlain ? std::chars_format::fixed : std::chars_format::scientific;
     const char* const start = at;
     at = std::to_chars(at, limit, number, form).ptr;
     if (isPlain && std::find(start, static_cast<const char*>(at), '.') == at) writeWord(".0");
+  }
+
+  /// Writes a number that has at most three decimals and 15 digits. No two such decimals are the same double, so the
+  /// one that gives the number is its shortest text.
+  bool writeShortDecimal(double number) {
+    const double size = std::fabs(number);
+    if (size == 0 || size >= 1e12) return false;
+    std::uint64_t scale = 1;
+    for (int decimals = 0; decimals <= 3; ++decimals, scale *= 10) {
+      const auto digits = static_cast<std::uint64_t>(size * static_cast<double>(scale) + 0.5);
+      if (static_cast<double>(digits) / static_cast<double>(scale) != size) continue;
+      if (number < 0) *at++ = '-';
+      at = std::to_chars(at, limit, digits / scale).ptr;
+      *at++ = '.';
+      if (decimals == 0) *at++ = '0';
+      for (std::uint64_t rest = digits % scale; scale > 1; rest %= scale) {
+        scale /= 10;
+        *at++ = static_cast<char>('0' + rest / scale);
+      }
+      return true;
+    }
+    return false;
   }
 
   void writeList(const list_t& list, std::size_t depth) {
@@ -169,13 +206,14 @@ class Writer {
   }
 
   void writeMap(const map_t& map, std::size_t depth) {
+    if (map.empty()) return writeWord("{}");
     const std::size_t first = entries.size();
-    for (const auto& [key, value] : map) {
-      if (!key.isString())
-        throw std::runtime_error(std::string("A key that is not a string has no JSON form (it is ") + key.type_name() +
-                                 ")");
-      const std::string_view text = textOf(key);
-      entries.push_back({headOf(text), text, &value});
+    const map_header* const block = map.header();
+    const auto* slot = reinterpret_cast<const map_slot*>(block + 1);
+    for (std::uint64_t left = map.size(); left > 0; ++slot) {
+      if (!isOccupied(*slot)) continue;
+      --left;
+      addEntry(reinterpret_cast<const data_t&>(slot->key), reinterpret_cast<const data_t&>(slot->value));
     }
     sort(entries.data() + first, entries.data() + entries.size());
     char separator = '{';
@@ -186,9 +224,16 @@ class Writer {
       put(':');
       write(*entries[i].value, depth);
     }
-    if (separator == '{') put('{');
     put('}');
     entries.resize(first);
+  }
+
+  void addEntry(const data_t& key, const data_t& value) {
+    if (!key.isString())
+      throw std::runtime_error(std::string("A key that is not a string has no JSON form (it is ") + key.type_name() +
+                               ")");
+    const std::string_view text = textOf(key);
+    entries.push_back({headOf(text), text, &value});
   }
 
   /// Copies what is plain, for which there is room, and gives the place of what isn't.

@@ -61,9 +61,19 @@ inline std::size_t copyPlainChunk(char* to, const char* from) {
 
 #endif
 
-/// Copies what is plain of fewer than a chunk of bytes, and gives its length. Writes nothing behind it.
+/// Copies fewer than a chunk of bytes, up to the first one that isn't plain, and gives the number of plain ones; what
+/// is copied behind them means nothing.
 inline std::size_t copyPlainRest(char* to, const char* from, std::size_t size) {
   std::size_t length = 0;
+#if defined(__SSE2__)
+  // The zeros behind the bytes that are loaded end the plain ones.
+  if (size >= 8) {
+    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), bytes);
+    length = static_cast<std::size_t>(std::countr_zero(detail::specialBits(bytes)));
+    if (length < 8) return length;
+  }
+#endif
   for (; length < size && isPlain(from[length]); ++length) to[length] = from[length];
   return length;
 }

@@ -29,13 +29,15 @@ TEST_P(JsonWriterDoubleTest, IsShortestAndStaysADouble) {
   EXPECT_EQ(toJson(data_t(GetParam().number)), GetParam().text);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, JsonWriterDoubleTest,
-                         testing::Values(Written{"Whole", 100.0, "100.0"}, Written{"Tenth", 0.1, "0.1"},
-                                         Written{"Seconds", 1600000000.25, "1600000000.25"},
-                                         Written{"WholeSeconds", 1.6e9, "1600000000.0"},
-                                         Written{"NegativeZero", -0.0, "-0.0"}, Written{"Great", 1e300, "1e+300"},
-                                         Written{"Small", 1.5e-7, "1.5e-07"}),
-                         [](const auto& each) { return each.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    All, JsonWriterDoubleTest,
+    testing::Values(Written{"Whole", 100.0, "100.0"}, Written{"Tenth", 0.1, "0.1"},
+                    Written{"Seconds", 1600000000.25, "1600000000.25"}, Written{"WholeSeconds", 1.6e9, "1600000000.0"},
+                    Written{"NegativeZero", -0.0, "-0.0"}, Written{"Great", 1e300, "1e+300"},
+                    Written{"Small", 1.5e-7, "1.5e-07"}, Written{"ThreeDecimals", -21.125, "-21.125"},
+                    Written{"ZerosBehindThePoint", 0.005, "0.005"}, Written{"FourDecimals", 0.0625, "0.0625"},
+                    Written{"NearlyShort", 0.1 + 0.2, "0.30000000000000004"}),
+    [](const auto& each) { return each.param.name; });
 
 TEST(JsonWriterTest, WritesKeysInByteOrder) {
   EXPECT_EQ(toJson(readJson(R"({"b":1,"a":[true,null,"x"],"B":{}})")), R"({"B":{},"a":[true,null,"x"],"b":1})");
@@ -53,6 +55,12 @@ TEST(JsonWriterTest, WritesBorrowedStrings) {
   const char* text = "borrowed";
   const data_t value = data_t::adopt({reinterpret_cast<std::uint64_t>(text), QEL_BORROWED_STRING, 0});
   EXPECT_EQ(toJson(value), "\"borrowed\"");
+}
+
+TEST(JsonWriterTest, AppendsNothingWhenItFails) {
+  std::string out = "before";
+  EXPECT_THROW(appendJson(out, readJson("[1,[2]]"), 1), std::runtime_error);
+  EXPECT_EQ(out, "before");
 }
 
 std::string failureOf(const data_t& value, std::size_t depth = 200) {
