@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "devhost/kvclient/block_memory.h"
 #include "devhost/kvclient/ledger_level.h"
 
 namespace devhost {

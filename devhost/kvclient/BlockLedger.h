@@ -9,7 +9,8 @@
 #include <unordered_map>
 
 #include "devhost/devhost.h"
-#include "devhost/kvclient/blocks.h"
+#include "devhost/kvclient/BlockKind.h"
+#include "devhost/kvclient/misuse.h"
 
 namespace devhost {
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <memory_resource>
 #include <vector>
 
 namespace devhost {
@@ -12,26 +11,36 @@ namespace devhost {
 template <class Item>
 class WorkList {
  public:
-  WorkList() : memory(room.data(), room.size()), items(&memory) { items.reserve(inPlace); }
+  WorkList() {}  // leaves the room as it is
   WorkList(const WorkList&) = delete;
   WorkList& operator=(const WorkList&) = delete;
 
-  bool empty() const { return items.empty(); }
-  void add(const Item& item) noexcept { items.push_back(item); }
+  bool empty() const { return count == 0; }
+
+  void add(const Item& item) noexcept {
+    if (count < inPlace) [[likely]] {
+      room[count] = item;
+    } else {
+      more.push_back(item);
+    }
+    ++count;
+  }
 
   /// The item added last, which is not in the list any more. The list must not be empty.
   Item take() {
-    const Item item = items.back();
-    items.pop_back();
+    if (--count < inPlace) [[likely]]
+      return room[count];
+    const Item item = more.back();
+    more.pop_back();
     return item;
   }
 
  private:
   static constexpr std::size_t inPlace = 32;
 
-  alignas(Item) std::array<std::byte, inPlace * sizeof(Item)> room;
-  std::pmr::monotonic_buffer_resource memory;
-  std::pmr::vector<Item> items;
+  std::array<Item, inPlace> room;
+  std::vector<Item> more;
+  std::size_t count = 0;
 };
 
 }  // namespace devhost

@@ -3,42 +3,101 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
+#include "devhost/kvclient/BlockKind.h"
+#include "devhost/kvclient/block_memory.h"
+#include "devhost/kvclient/ledger_level.h"
 #include "devhost/kvclient/misuse.h"
 
 namespace devhost {
 
-/// What a block is; each kind has its own function that frees it.
-enum class BlockKind { string, list, map, buffer, custom };
-constexpr std::size_t blockKinds = 5;
-
-/// "string", "list", "map", "buffer" or "custom".
-const char* nameOf(BlockKind kind);
+/// Aborts with a line on standard error that names kind and size.
+[[noreturn]] void reportExhaustion(BlockKind kind, std::size_t size);
 
 /// Bytes of a block with a header and `count` items behind it. Too many for memory gives a size that no allocation
 /// meets. [any thread]
-std::size_t blockSize(std::size_t header, std::uint64_t count, std::size_t item);
+inline std::size_t blockSize(std::size_t header, std::uint64_t count, std::size_t item) {
+  std::size_t size;
+  if (__builtin_mul_overflow(count, item, &size) || __builtin_add_overflow(size, header, &size)) [[unlikely]]
+    return std::numeric_limits<std::size_t>::max();
+  return size;
+}
 
-/// An uninitialised block, never null: aborts with a line on standard error when memory is exhausted. [any thread]
-void* allocateBlock(BlockKind kind, std::size_t size) noexcept;
+/// Blocks at level `none`. What it has in common with `Watched` are the operations, so that whoever walks a value reads
+/// the level once and pays for no books. [any thread]
+class Unwatched {
+ public:
+  /// An uninitialised block, never null: aborts with a line on standard error when memory is exhausted.
+  void* allocate(BlockKind kind, std::size_t size) const noexcept {
+    void* block = takeMemory(size);
+    if (block == nullptr) [[unlikely]]
+      reportExhaustion(kind, size);
+    return block;
+  }
 
-/// Moves a block that was allocated with `oldSize` bytes into one of `newSize` bytes, as far as these go. The old
-/// pointer is dead. Aborts as freeBlock and allocateBlock do. [any thread]
-void* resizeBlock(BlockKind kind, void* block, std::size_t oldSize, std::size_t newSize, const CallSite& site) noexcept;
+  /// Moves a block that was allocated with `oldSize` bytes into one of `newSize` bytes, as far as these go. The old
+  /// pointer is dead. Aborts as allocate does.
+  void* resize(BlockKind kind, void* block, std::size_t oldSize, std::size_t newSize) const noexcept {
+    void* resized = resizeMemory(block, oldSize, newSize);
+    if (resized == nullptr) [[unlikely]]
+      reportExhaustion(kind, newSize);
+    return resized;
+  }
 
-/// Releases a block. At level `ledger`, a block of another kind aborts; at `strict`, a block already freed or a pointer
-/// that is no block does too. [any thread]
-void freeBlock(BlockKind kind, void* block, const CallSite& site);
+  /// Releases a block.
+  void release(BlockKind, void* block) const noexcept { returnMemory(block); }
 
-/// Aborts where freeBlock would, and does nothing else: for a look inside a block that is about to be freed. [any
-/// thread]
-void checkFreeable(BlockKind kind, const void* block, const CallSite& site);
+  void checkFreeable(BlockKind, const void*) const {}
+  void checkReadable(BlockKind, const void*) const {}
+  void enterValue() const {}
+};
 
-/// Aborts when the ledger knows that `block` was freed or is of another kind. Memory that the ledger does not know may
-/// be read: hosts build values where they like. [any thread]
-void checkReadable(BlockKind kind, const void* block, const CallSite& site);
+/// Blocks at the other levels, entered in the ledger, on behalf of a call into the host. [one thread]
+class Watched {
+ public:
+  explicit Watched(const CallSite& site) : site(site) {}
 
-/// Gives a block's memory back to the system: for the ledger, when it lets go of a freed block. [any thread]
-void returnMemory(void* block) noexcept;
+  /// As Unwatched.
+  void* allocate(BlockKind kind, std::size_t size) const noexcept;
+
+  /// As Unwatched, but always moved, so that a pointer kept into the old block shows at once.
+  void* resize(BlockKind kind, void* block, std::size_t oldSize, std::size_t newSize) const noexcept;
+
+  /// Releases a block. At level `ledger`, a block of another kind aborts; at `strict`, a block already freed or a
+  /// pointer that is no block does too.
+  void release(BlockKind kind, void* block) const;
+
+  /// Aborts where release would, and does nothing else: for a look inside a block that is about to be freed.
+  void checkFreeable(BlockKind kind, const void* block) const;
+
+  /// Aborts when the ledger knows that `block` was freed or is of another kind. Memory that the ledger does not know
+  /// may be read: hosts build values where they like.
+  void checkReadable(BlockKind kind, const void* block) const;
+
+  /// From now on, blocks lie inside the value that the host was called with.
+  void enterValue() { site.nested = true; }
+
+ private:
+  CallSite site;
+};
+
+/// Whether blocks are to be Watched. [any thread]
+inline bool areBlocksWatched() {
+  return currentLevel() != LedgerLevel::none;
+}
+
+/// Calls `body` with Unwatched, or with Watched for the call of `function` from `caller`. [any thread]
+template <class Body>
+auto withBlocks(const char* function, const void* caller, Body body) {
+  if (areBlocksWatched()) [[unlikely]]
+    return body(Watched({function, caller}));
+  return body(Unwatched());
+}
+
+/// An uninitialised block at whatever level. [any thread]
+inline void* allocateBlock(BlockKind kind, std::size_t size) {
+  return withBlocks(nullptr, nullptr, [=](const auto& blocks) { return blocks.allocate(kind, size); });
+}
 
 }  // namespace devhost

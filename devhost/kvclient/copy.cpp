@@ -1,5 +1,5 @@
-// Deep copies. Containers wait in a list of work instead of being entered by recursion, so that no depth of nesting can
-// exhaust the stack.
+// Deep copies. Containers inside wait in a list of work instead of being entered by recursion, so that no depth of
+// nesting can exhaust the stack.
 #include <algorithm>
 #include <cstring>
 
@@ -10,14 +10,22 @@
 namespace devhost {
 namespace {
 
+template <class Blocks>
+char* copyText(const Blocks& blocks, const char* text) {
+  const std::size_t size = std::strlen(text) + 1;
+  return static_cast<char*>(std::memcpy(blocks.allocate(BlockKind::string, size), text, size));
+}
+
+/// Copies blocks as they stand, and then what the values in them own.
+template <class Blocks>
 class Copier {
  public:
-  explicit Copier(const CallSite& site) : site(site) {}
+  explicit Copier(const Blocks& blocks) : blocks(blocks) {}
 
   qel_value copy(const qel_value& value) {
-    qel_value result;
-    copyInto(value, result);
-    site.nested = true;
+    qel_value result = value;
+    own(result);
+    blocks.enterValue();
     while (!pending.empty()) {
       qel_value& container = *pending.take();
       if (container.tag == QEL_LIST) {
@@ -30,98 +38,89 @@ class Copier {
   }
 
  private:
-  /// Makes `to` a copy, or for a container the source's alias that waits to be replaced by a copy. Blocks don't move,
-  /// so the place of a value inside its new container can be remembered.
-  void copyInto(const qel_value& from, qel_value& to) {
-    to = from;
-    if (from.payload == 0) return;
-    switch (from.tag) {
+  /// Gives `value`, an alias of the source's, blocks of its own; containers later. Blocks don't move, so the place of a
+  /// value inside its new container can be remembered.
+  void own(qel_value& value) {
+    if (value.tag < QEL_STRING || value.payload == 0) return;
+    switch (value.tag) {
       case QEL_STRING:
-        checkReadable(BlockKind::string, blockOf<char>(from), site);
+        blocks.checkReadable(BlockKind::string, blockOf<char>(value));
         [[fallthrough]];
       case QEL_BORROWED_STRING:
         // Owned even when it was borrowed: the lender need not outlive the copy.
-        to = valueOf(newString(blockOf<char>(from)), QEL_STRING);
-        break;
+        value = valueOf(copyText(blocks, blockOf<char>(value)), QEL_STRING);
+        return;
       case QEL_LIST:
-        checkReadable(BlockKind::list, blockOf<void>(from), site);
-        pending.add(&to);
-        break;
+        blocks.checkReadable(BlockKind::list, blockOf<void>(value));
+        return pending.add(&value);
       case QEL_MAP:
-        checkReadable(BlockKind::map, blockOf<void>(from), site);
-        pending.add(&to);
-        break;
+        blocks.checkReadable(BlockKind::map, blockOf<void>(value));
+        return pending.add(&value);
       case QEL_BUFFER:
-        to = valueOf(copyBuffer(blockOf<buffer_header>(from)), QEL_BUFFER);
-        break;
+        value = valueOf(copyBuffer(blockOf<buffer_header>(value)), QEL_BUFFER);
+        return;
       case QEL_CUSTOM:
-        to = valueOf(copyCustom(blockOf<CustomBlock>(from)), QEL_CUSTOM);
-        break;
+        value = valueOf(copyCustom(blockOf<CustomBlock>(value)), QEL_CUSTOM);
+        return;
       default:
-        break;
+        return;
     }
   }
 
   void copyList(qel_value& container) {
-    auto* source = blockOf<list_header>(container);
-    list_header* list = newList(std::max<std::uint64_t>(source->count, 2));
-    list->count = source->count;
-    for (std::uint64_t i = 0; i < source->count; ++i) copyInto(elementsOf(source)[i], elementsOf(list)[i]);
-    container = valueOf(list, QEL_LIST);
+    const auto* source = blockOf<list_header>(container);
+    const std::uint64_t capacity = std::max<std::uint64_t>(source->count, 2);
+    auto* list = static_cast<list_header*>(blocks.allocate(BlockKind::list, listSize(capacity)));
+    std::memcpy(list, source, listSize(source->count));
+    list->capacity = capacity;
+    container.payload = reinterpret_cast<std::uint64_t>(list);
+    for (std::uint64_t i = 0; i < list->count; ++i) own(elementsOf(list)[i]);
   }
 
-  /// Slot by slot, tombstones too: the stored hashes were valid where they stand, and so they stay.
+  /// Tombstones too: the stored hashes were valid where they stand, and so they stay.
   void copyMap(qel_value& container) {
-    auto* source = blockOf<map_header>(container);
-    map_header* map = newMap(source->capacity);
-    map->count = source->count;
-    map->tombstones = source->tombstones;
-    if (source->name != nullptr) {
-      checkReadable(BlockKind::string, source->name, site);
-      map->name = newString(source->name);
+    const auto* source = blockOf<map_header>(container);
+    const std::size_t size = mapSize(source->capacity);
+    auto* map = static_cast<map_header*>(std::memcpy(blocks.allocate(BlockKind::map, size), source, size));
+    container.payload = reinterpret_cast<std::uint64_t>(map);
+    if (map->name != nullptr) {
+      blocks.checkReadable(BlockKind::string, map->name);
+      map->name = copyText(blocks, map->name);
     }
-    for (std::uint64_t i = 0; i < source->capacity; ++i) {
-      const map_slot& from = slotsOf(source)[i];
-      map_slot& to = slotsOf(map)[i];
-      to.hash = from.hash;
-      if (!isOccupied(from)) continue;
-      copyInto(from.key, to.key);
-      copyInto(from.value, to.value);
-    }
-    container = valueOf(map, QEL_MAP);
+    forEachEntry(map, [this](map_slot& slot) {
+      own(slot.key);
+      own(slot.value);
+    });
   }
 
-  buffer_header* copyBuffer(buffer_header* source) {
-    checkReadable(BlockKind::buffer, source, site);
-    buffer_header* buffer = newBuffer(source->length);
-    std::memcpy(bytesOf(buffer), bytesOf(source), source->length);
-    return buffer;
+  buffer_header* copyBuffer(const buffer_header* source) {
+    blocks.checkReadable(BlockKind::buffer, source);
+    const std::size_t size = bufferSize(source->length);
+    return static_cast<buffer_header*>(std::memcpy(blocks.allocate(BlockKind::buffer, size), source, size));
   }
 
   CustomBlock* copyCustom(const CustomBlock* source) {
-    checkReadable(BlockKind::custom, source, site);
-    return newCustom({source->clone(source->object), source->clone, source->release});
+    blocks.checkReadable(BlockKind::custom, source);
+    void* object = source->clone(source->object);
+    auto* custom = static_cast<CustomBlock*>(blocks.allocate(BlockKind::custom, sizeof(CustomBlock)));
+    *custom = {object, source->clone, source->release};
+    return custom;
   }
 
-  CallSite site;
+  Blocks blocks;
   WorkList<qel_value*> pending;
 };
 
 }  // namespace
-
-char* newString(const char* text) {
-  const std::size_t size = std::strlen(text) + 1;
-  return static_cast<char*>(std::memcpy(allocateBlock(BlockKind::string, size), text, size));
-}
-
 }  // namespace devhost
 
 using namespace devhost;
 
 char* qel_copy_string(const char* text) {
-  return newString(text);
+  return withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) { return copyText(blocks, text); });
 }
 
 qel_value qel_copy_data(qel_value value) {
-  return Copier({__func__, __builtin_return_address(0)}).copy(value);
+  return withBlocks(__func__, __builtin_return_address(0),
+                    [&value](const auto& blocks) { return Copier(blocks).copy(value); });
 }

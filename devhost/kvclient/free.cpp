@@ -1,5 +1,8 @@
-// Freeing of values. Containers wait in a list of work instead of being entered by recursion, so that no depth of
+// Freeing of values. Containers inside wait for their turn instead of being entered by recursion, so that no depth of
 // nesting can exhaust the stack.
+#include <type_traits>
+#include <utility>
+
 #include "devhost/kvclient/WorkList.h"
 #include "devhost/kvclient/blocks.h"
 #include "devhost/kvclient/value_blocks.h"
@@ -7,81 +10,134 @@
 namespace devhost {
 namespace {
 
-void releaseCustom(CustomBlock* custom, const CallSite& site) {
-  checkFreeable(BlockKind::custom, custom, site);
+/// Containers that wait, chained through words of their own that nobody reads any more: that takes no memory. A map has
+/// lost its name already.
+class ContainerChain {
+ public:
+  void add(list_header* list) { list->capacity = reinterpret_cast<std::uint64_t>(std::exchange(lists, list)); }
+  void add(map_header* map) { map->name = reinterpret_cast<char*>(std::exchange(maps, map)); }
+
+  /// The list or map added last, or null.
+  list_header* takeList() {
+    list_header* list = lists;
+    if (list != nullptr) lists = reinterpret_cast<list_header*>(list->capacity);
+    return list;
+  }
+  map_header* takeMap() {
+    map_header* map = maps;
+    if (map != nullptr) maps = reinterpret_cast<map_header*>(map->name);
+    return map;
+  }
+
+ private:
+  list_header* lists = nullptr;
+  map_header* maps = nullptr;
+};
+
+/// Containers that wait and are left as they are, which may be in there twice: a faulty value is told as what it is.
+class ContainerList {
+ public:
+  void add(list_header* list) { lists.add(list); }
+  void add(map_header* map) { maps.add(map); }
+  list_header* takeList() { return lists.empty() ? nullptr : lists.take(); }
+  map_header* takeMap() { return maps.empty() ? nullptr : maps.take(); }
+
+ private:
+  WorkList<list_header*> lists;
+  WorkList<map_header*> maps;
+};
+
+template <class Blocks>
+void releaseCustom(const Blocks& blocks, CustomBlock* custom) {
+  blocks.checkFreeable(BlockKind::custom, custom);
   custom->release(custom->object);
-  freeBlock(BlockKind::custom, custom, site);
+  blocks.release(BlockKind::custom, custom);
 }
 
+template <class Blocks>
 class Releaser {
  public:
-  explicit Releaser(const CallSite& site) : site(site), inside(site) { inside.nested = true; }
+  explicit Releaser(const Blocks& blocks) : blocks(blocks) {}
 
   void releaseList(list_header* list) {
-    freeList(list, site);
+    blocks.checkFreeable(BlockKind::list, list);
+    blocks.enterValue();
+    freeList(list);
     releasePending();
   }
 
   void releaseMap(map_header* map) {
-    freeMap(map, site);
+    blocks.checkFreeable(BlockKind::map, map);
+    blocks.enterValue();
+    freeName(map);
+    freeTable(map);
     releasePending();
   }
 
  private:
   void releasePending() {
-    while (!pending.empty()) {
-      const qel_value container = pending.take();
-      if (container.tag == QEL_LIST) {
-        freeList(blockOf<list_header>(container), inside);
+    while (true) {
+      if (map_header* map = pending.takeMap()) {
+        freeTable(map);
+      } else if (list_header* list = pending.takeList()) {
+        freeList(list);
       } else {
-        freeMap(blockOf<map_header>(container), inside);
+        return;
       }
     }
   }
 
-  void freeList(list_header* list, const CallSite& from) {
-    checkFreeable(BlockKind::list, list, from);
+  void freeList(list_header* list) {
+    blocks.checkFreeable(BlockKind::list, list);
     for (std::uint64_t i = 0; i < list->count; ++i) discard(elementsOf(list)[i]);
-    freeBlock(BlockKind::list, list, from);
+    blocks.release(BlockKind::list, list);
   }
 
-  void freeMap(map_header* map, const CallSite& from) {
-    checkFreeable(BlockKind::map, map, from);
-    if (map->name != nullptr) freeBlock(BlockKind::string, map->name, inside);
-    for (std::uint64_t i = 0; i < map->capacity; ++i) {
-      const map_slot& slot = slotsOf(map)[i];
-      if (!isOccupied(slot)) continue;
+  void freeName(map_header* map) {
+    if (map->name != nullptr) blocks.release(BlockKind::string, map->name);
+  }
+
+  void freeTable(map_header* map) {
+    blocks.checkFreeable(BlockKind::map, map);
+    forEachEntry(map, [this](map_slot& slot) {
       discard(slot.key);
       discard(slot.value);
-    }
-    freeBlock(BlockKind::map, map, from);
+    });
+    blocks.release(BlockKind::map, map);
   }
 
-  /// Frees a value of a container, or for another container notes it.
+  /// Frees a value of a container, or notes it if it is one itself.
   void discard(const qel_value& value) {
-    if (value.payload == 0) return;
-    switch (value.tag) {
-      case QEL_STRING:
-        freeBlock(BlockKind::string, blockOf<void>(value), inside);
-        break;
-      case QEL_BUFFER:
-        freeBlock(BlockKind::buffer, blockOf<void>(value), inside);
-        break;
-      case QEL_CUSTOM:
-        releaseCustom(blockOf<CustomBlock>(value), inside);
-        break;
-      case QEL_LIST:
-      case QEL_MAP:
-        pending.add(value);
-        break;
-      default:
-        break;
+    if (value.tag == QEL_STRING) [[likely]] {
+      if (value.payload != 0) blocks.release(BlockKind::string, blockOf<void>(value));
+    } else if (value.tag > QEL_STRING && value.payload != 0) {
+      discardRare(value);
     }
   }
 
-  CallSite site;
-  CallSite inside;
-  WorkList<qel_value> pending;
+  void discardRare(const qel_value& value) {
+    switch (value.tag) {
+      case QEL_BUFFER:
+        return blocks.release(BlockKind::buffer, blockOf<void>(value));
+      case QEL_CUSTOM:
+        return releaseCustom(blocks, blockOf<CustomBlock>(value));
+      case QEL_LIST:
+        return pending.add(blockOf<list_header>(value));
+      case QEL_MAP:
+        return discardMap(blockOf<map_header>(value));
+      default:
+        return;
+    }
+  }
+
+  void discardMap(map_header* map) {
+    blocks.checkFreeable(BlockKind::map, map);
+    freeName(map);
+    pending.add(map);
+  }
+
+  Blocks blocks;
+  std::conditional_t<std::is_same_v<Blocks, Watched>, ContainerList, ContainerChain> pending;
 };
 
 }  // namespace
@@ -90,21 +146,29 @@ class Releaser {
 using namespace devhost;
 
 void qel_free_map(map_header* block) {
-  if (block != nullptr) Releaser({__func__, __builtin_return_address(0)}).releaseMap(block);
+  if (block == nullptr) return;
+  withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) { Releaser(blocks).releaseMap(block); });
 }
 
 void qel_free_vector(list_header* block) {
-  if (block != nullptr) Releaser({__func__, __builtin_return_address(0)}).releaseList(block);
+  if (block == nullptr) return;
+  withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) { Releaser(blocks).releaseList(block); });
 }
 
 void qel_free_string(char* text) {
-  if (text != nullptr) freeBlock(BlockKind::string, text, {__func__, __builtin_return_address(0)});
+  if (text == nullptr) return;
+  withBlocks(__func__, __builtin_return_address(0),
+             [=](const auto& blocks) { blocks.release(BlockKind::string, text); });
 }
 
 void qel_free_buffer(buffer_header* block) {
-  if (block != nullptr) freeBlock(BlockKind::buffer, block, {__func__, __builtin_return_address(0)});
+  if (block == nullptr) return;
+  withBlocks(__func__, __builtin_return_address(0),
+             [=](const auto& blocks) { blocks.release(BlockKind::buffer, block); });
 }
 
 void qel_free_custom(void* object) {
-  if (object != nullptr) releaseCustom(static_cast<CustomBlock*>(object), {__func__, __builtin_return_address(0)});
+  if (object == nullptr) return;
+  withBlocks(__func__, __builtin_return_address(0),
+             [=](const auto& blocks) { releaseCustom(blocks, static_cast<CustomBlock*>(object)); });
 }

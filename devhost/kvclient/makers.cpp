@@ -7,27 +7,17 @@
 
 namespace devhost {
 
-buffer_header* newBuffer(std::uint64_t length) {
-  auto* buffer =
-      static_cast<buffer_header*>(allocateBlock(BlockKind::buffer, blockSize(sizeof(buffer_header), length, 1)));
-  buffer->length = length;
-  return buffer;
-}
-
-CustomBlock* newCustom(const CustomBlock& content) {
-  auto* custom = static_cast<CustomBlock*>(allocateBlock(BlockKind::custom, sizeof(CustomBlock)));
-  *custom = content;
-  return custom;
-}
-
 qel_value makeBuffer(const void* bytes, std::size_t length) {
-  buffer_header* buffer = newBuffer(length);
+  auto* buffer = static_cast<buffer_header*>(allocateBlock(BlockKind::buffer, bufferSize(length)));
+  buffer->length = length;
   if (length > 0) std::memcpy(bytesOf(buffer), bytes, length);
   return valueOf(buffer, QEL_BUFFER);
 }
 
 qel_value makeCustom(void* object, void* (*clone)(const void*), void (*release)(void*)) {
-  return valueOf(newCustom({object, clone, release}), QEL_CUSTOM);
+  auto* custom = static_cast<CustomBlock*>(allocateBlock(BlockKind::custom, sizeof(CustomBlock)));
+  *custom = {object, clone, release};
+  return valueOf(custom, QEL_CUSTOM);
 }
 
 void* customObject(const qel_value& value) {

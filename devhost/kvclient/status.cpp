@@ -52,7 +52,9 @@ void qel_delete_user_status_item(void*, void* item) {
 
 void qel_set_user_status_map(void*, map_header* map) {
   try {
-    if (map != nullptr) checkReadable(BlockKind::map, map, {__func__, __builtin_return_address(0)});
+    if (map == nullptr) return;
+    withBlocks(__func__, __builtin_return_address(0),
+               [=](const auto& blocks) { blocks.checkReadable(BlockKind::map, map); });
     StatusBoard::instance().publish(map);
   } catch (...) {
   }

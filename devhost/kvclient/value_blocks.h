@@ -1,8 +1,8 @@
-// The blocks of values seen from inside: where elements and slots lie, and which slots are occupied.
+// The blocks of values seen from inside: how large they are, where elements and slots lie, and which are occupied.
 #pragma once
 
 #include "connectivity/host_abi.h"
-#include "devhost/kvclient/misuse.h"
+#include "devhost/kvclient/blocks.h"
 
 namespace devhost {
 
@@ -39,19 +39,27 @@ inline bool isOccupied(const map_slot& slot) {
   return slot.key.tag != QEL_EMPTY || slot.hash > 1;
 }
 
-/// A list block with no elements. [any thread]
-list_header* newList(std::uint64_t capacity);
+/// Calls `visit` with each occupied slot, and looks no further than the last of them. [any thread]
+template <class Visit>
+void forEachEntry(map_header* map, Visit visit) {
+  map_slot* const end = slotsOf(map) + map->capacity;
+  std::uint64_t left = map->count;
+  for (map_slot* slot = slotsOf(map); left != 0 && slot != end; ++slot) {
+    if (!isOccupied(*slot)) continue;
+    --left;
+    visit(*slot);
+  }
+}
 
-/// A map block with free slots only. [any thread]
-map_header* newMap(std::uint64_t capacity);
-
-/// A buffer block with uninitialised bytes. [any thread]
-buffer_header* newBuffer(std::uint64_t length);
-
-/// A custom block. [any thread]
-CustomBlock* newCustom(const CustomBlock& content);
-
-/// An owned copy of `text`. [any thread]
-char* newString(const char* text);
+// Bytes of a block.
+inline std::size_t listSize(std::uint64_t capacity) {
+  return blockSize(sizeof(list_header), capacity, sizeof(qel_value));
+}
+inline std::size_t mapSize(std::uint64_t capacity) {
+  return blockSize(sizeof(map_header), capacity, sizeof(map_slot));
+}
+inline std::size_t bufferSize(std::uint64_t length) {
+  return blockSize(sizeof(buffer_header), length, 1);
+}
 
 }  // namespace devhost

@@ -1,0 +1,56 @@
+// An allocator for the blocks of values.
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+
+#include "devhost/kvclient/Arena.h"
+#include "devhost/kvclient/SizeClasses.h"
+#include "devhost/kvclient/ThreadHeap.h"
+
+namespace devhost {
+
+/// Memory in blocks of a few sizes, aligned to 8 bytes.
+///
+///   arena, 32 GiB of addresses  ->  chunks of 64 KiB, of one size and one thread each  ->  blocks
+///
+/// A thread allocates from its own chunks, so an allocation is a table look-up and the head of a list; a list per chunk
+/// rather than per size keeps neighbours in time neighbours in memory. A block's address tells its chunk, the chunk its
+/// size and owner. A thread that frees another's block sends it home. Blocks above the largest size, and all when the
+/// system refuses the arena's addresses, are malloc's: they lie outside the arena and are known by that.
+class BlockHeap {
+ public:
+  /// A block of at least `size` bytes, uninitialised; null when memory is exhausted. [any thread]
+  static void* allocate(std::size_t size) noexcept {
+    if (size > size_classes::largest) [[unlikely]]
+      return std::malloc(size);
+    const std::size_t sizeClass = size_classes::classOf(size);
+    void* block = mine->allocate(sizeClass);
+    return block != nullptr ? block : refill(sizeClass);
+  }
+
+  /// Gives a block back. [any thread]
+  static void release(void* block) noexcept {
+    Chunk* chunk = Arena::chunkOf(block);
+    if (chunk == nullptr) [[unlikely]]
+      return std::free(block);
+    ThreadHeap* owner = chunk->owner.load(std::memory_order_relaxed);
+    if (owner == mine) [[likely]]
+      return owner->release(*chunk, block);
+    owner->giveBack(block);
+  }
+
+  /// A block of `newSize` bytes that begins with the content of `block`, which had `oldSize` and is given back unless
+  /// it has room enough. Null when memory is exhausted; then `block` stays. [any thread]
+  static void* resize(void* block, std::size_t oldSize, std::size_t newSize) noexcept;
+
+ private:
+  static void* refill(std::size_t sizeClass) noexcept;
+  static bool adoptHeap() noexcept;
+
+  /// This thread's heap; one without chunks until the first allocation. A word of this library's own part of the static
+  /// thread storage, so that no call is needed to find it.
+  [[gnu::tls_model("initial-exec")]] static constinit thread_local ThreadHeap* mine;
+};
+
+}  // namespace devhost

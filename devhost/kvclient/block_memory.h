@@ -1,0 +1,47 @@
+// Where the memory of blocks comes from: the heap, or plain malloc where each block should be one of the system's, for
+// sanitizers and other tools that watch malloc.
+#pragma once
+
+#include <cstddef>
+
+#if defined(DEVHOST_PLAIN_MALLOC)
+#include <cstdlib>
+#else
+#include "devhost/kvclient/BlockHeap.h"
+#endif
+
+namespace devhost {
+
+#if defined(DEVHOST_PLAIN_MALLOC)
+
+inline void* takeMemory(std::size_t size) noexcept {
+  return std::malloc(size);
+}
+inline void* resizeMemory(void* block, std::size_t, std::size_t newSize) noexcept {
+  return std::realloc(block, newSize);
+}
+inline void returnMemory(void* block) noexcept {
+  std::free(block);
+}
+
+#else
+
+/// Memory for a block, uninitialised; null when it is exhausted. [any thread]
+inline void* takeMemory(std::size_t size) noexcept {
+  return BlockHeap::allocate(size);
+}
+
+/// Memory with the block's content; null when it is exhausted. The old pointer is dead unless it comes back. [any
+/// thread]
+inline void* resizeMemory(void* block, std::size_t oldSize, std::size_t newSize) noexcept {
+  return BlockHeap::resize(block, oldSize, newSize);
+}
+
+/// Gives a block's memory back. [any thread]
+inline void returnMemory(void* block) noexcept {
+  BlockHeap::release(block);
+}
+
+#endif
+
+}  // namespace devhost
