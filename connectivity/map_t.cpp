@@ -178,17 +178,32 @@ std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
 
 /// The slot that holds the key: an own one with an empty value when there was none.
 map_slot& map_t::slotOf(const hashed_key& key, bool& isNew) {
-  Position position = locate(key, key.hash());
-  isNew = position.found == capacity();
-  if (!isNew) return slots()[position.found];
+  const std::uint64_t found = indexOf(key);
+  isNew = found == capacity();
+  if (!isNew) return slots()[found];
   if (key.empty()) throw std::runtime_error("Cannot have a null key");
-  position = makeRoom(key, key.hash(), position);
+  std::uint64_t place = placeFor(key.hash());
+  if (place == capacity() || needsRebuild(*block)) place = makeRoom(key, key.hash(), {capacity(), place}).place;
   char* const text = qel_copy_string(reinterpret_cast<const char*>(key.bits()));
-  map_slot& slot = slots()[position.place];
+  map_slot& slot = slots()[place];
   ++block->count;
   slot.hash = key.hash();
   slot.key = {reinterpret_cast<std::uint64_t>(text), QEL_STRING, 0};
   return slot;
+}
+
+/// The first slot from the hash's own on that holds no entry, or the capacity: where an absent key could go.
+std::uint64_t map_t::placeFor(std::uint64_t hash) const {
+  const std::uint64_t nowhere = capacity();
+  if (nowhere == 0) return nowhere;
+  const map_slot* const table = slots();
+  const std::uint64_t start = startOf(hash, nowhere);
+  std::uint64_t index = start;
+  while (isOccupied(table[index])) {
+    if (++index == nowhere) index = 0;
+    if (index == start) return nowhere;
+  }
+  return index;
 }
 
 data_t& map_t::operator[](data_t&& key) {
