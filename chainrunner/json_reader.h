@@ -26,10 +26,11 @@ class JsonError : public std::runtime_error {
 
 /// Reads one JSON document straight into value blocks. A number with a fraction or an exponent becomes a double, and so
 /// does an integer beyond 64 bits; doubles are the nearest to their text. `null` becomes an empty value. Of duplicate
-/// keys the last wins. Throws JsonError with one of the reasons "the text ends too early", "syntax error: X is expected"
-/// (also "a control character within a text", "an unknown escape" or "half of a surrogate pair"), "more text behind the
-/// document", "nested deeper than N", "a key is longer than N bytes", "a text is not UTF-8", "a text holds the character
-/// NUL" and "a number is beyond the range of a double". A depth of 10,000 is within an 8 MiB stack. [any thread]
+/// keys the last wins. Throws JsonError with one of the reasons "the text ends too early", "syntax error: X is
+/// expected" (also "a control character within a text", "an unknown escape" or "half of a surrogate pair"), "more text
+/// behind the document", "nested deeper than N", "a key is longer than N bytes", "a text is not UTF-8", "a text holds
+/// the character NUL" and "a number is beyond the range of a double". A depth of 10,000 is within an 8 MiB stack. [any
+/// thread]
 data_t readJson(std::string_view text, const JsonLimits& limits = {});
 
 }  // namespace chainrunner

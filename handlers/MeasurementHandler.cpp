@@ -10,7 +10,8 @@
 namespace com::tallowmere::connectivity::plugins {
 
 MeasurementHandler::MeasurementHandler(const HandlerServices& services)
-    : ResourceHandler(services, {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurement.ownedCopy()}),
+    : ResourceHandler(services,
+                      {fieldNames({"source", ""}), {}, {}, "", services.constants.typeMeasurement.ownedCopy()}),
       unitFields(fieldNames({"unit"})) {}
 
 // A message that joins a batch is no request yet: it is neither counted nor given headers.

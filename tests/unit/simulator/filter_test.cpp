@@ -38,8 +38,7 @@ class FilterTest : public PlatformTest {
     std::vector<std::string> ids;
     if (answer.status != 200) return ids;
     const json::value page = json::parse(answer.body);
-    for (const json::value& element : page.at(collection).as_array())
-      ids.emplace_back(element.at("id").as_string());
+    for (const json::value& element : page.at(collection).as_array()) ids.emplace_back(element.at("id").as_string());
     return ids;
   }
 
@@ -188,8 +187,7 @@ class SelectionTest : public PlatformTest {
     EXPECT_EQ(answer.status, 200) << answer.body;
     std::string ids;
     const json::value page = json::parse(answer.body);
-    for (const json::value& element : page.at(collection).as_array())
-      ids += element.at("id").as_string();
+    for (const json::value& element : page.at(collection).as_array()) ids += element.at("id").as_string();
     return ids;
   }
   std::string alarms(const std::string& parameters) { return found("/alarm/alarms?" + parameters, "alarms"); }
