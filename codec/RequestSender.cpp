@@ -11,7 +11,8 @@ namespace com::tallowmere::connectivity::plugins {
 
 void RequestSender::sendRequest(Message& message, Handler& handler) {
   map_t& metadata = message.getMetadataMap();
-  metadata.at(constants.metrics).get<map_t>().set(constants.individualStartTime, Platform::relativeHighResTimeFloat());
+  const double now = Platform::relativeHighResTimeFloat();
+  metadata.at(constants.metrics).get<map_t>().set(constants.individualStartTime, now);
   {
     MutexLock lock(mutex);
     metadata.set(constants.requestId, static_cast<std::int64_t>(nextRequestId++));

@@ -42,10 +42,7 @@ class Message {
   Message& putMetadataValue(data_t key, data_t value);
 
   /// The same with a ready-made key.
-  Message& putMetadataValue(const hashed_key& key, data_t value) {
-    metadata.set(key, std::move(value));
-    return *this;
-  }
+  Message& putMetadataValue(const hashed_key& key, data_t value);
 
   /// A deep copy.
   Message copy() const { return Message(payload.copy(), metadata.copy()); }

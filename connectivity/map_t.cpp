@@ -178,10 +178,10 @@ std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
 
 /// The slot that holds the key: an own one with an empty value when there was none.
 map_slot& map_t::slotOf(const hashed_key& key, bool& isNew) {
+  if (key.empty()) throw std::runtime_error("Cannot have a null key");
   const std::uint64_t found = indexOf(key);
   isNew = found == capacity();
   if (!isNew) return slots()[found];
-  if (key.empty()) throw std::runtime_error("Cannot have a null key");
   std::uint64_t place = placeFor(key.hash());
   if (place == capacity() || needsRebuild(*block)) place = makeRoom(key, key.hash(), {capacity(), place}).place;
   char* const text = qel_copy_string(reinterpret_cast<const char*>(key.bits()));

@@ -80,7 +80,8 @@ class map_t {
   /// The same with a key that is copied only if its entry is new.
   std::pair<iterator, bool> insert(const hashed_key& key, data_t&& value);
 
-  /// Gives the key the value, in place of an earlier one if it has one, and returns where it is now.
+  /// Gives the key the value, in place of an earlier one if it has one, and returns where it is now. Throws
+  /// std::runtime_error "Cannot have a null key".
   data_t& set(const hashed_key& key, data_t&& value);
 
   /// Removes the entry, which becomes a tombstone; `end()` does nothing. An iterator of another map is reported with

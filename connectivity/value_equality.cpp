@@ -58,7 +58,7 @@ bool operator==(const map_t& a, const map_t& b) {
   if (a.size() != b.size() || !equalNames(a.name(), b.name())) return false;
   const std::uint64_t capacity = b.capacity();
   std::uint64_t left = a.size();
-  for (std::uint64_t index = 0; left > 0; ++index) {
+  for (std::uint64_t index = 0; left > 0 && index < a.capacity(); ++index) {
     const map_slot& slot = a.slots()[index];
     if (!isOccupied(slot)) continue;
     --left;

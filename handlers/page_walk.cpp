@@ -101,7 +101,7 @@ void PagedHandler::fetchNextIds(OutstandingRequest& request, std::uint64_t count
   std::string filter = "$filter=((" + baseFilter + ") and (_id gt '" + last + "')) $orderby=_id asc";
   metadata.set(constants.pagesLeft, statistics.at(constants.totalPages).copy());
   map_t& query = queryStringOf(request);
-  query[query.contains(constants.query) ? constants.query : constants.q] = filter;
+  query.set(query.contains(constants.query) ? constants.query : constants.q, filter);
   if (logger.isDebugEnabled())
     logger.debug("Got %lu response(s) after id: %s with reqId=%li", count, to_string(firstId).c_str(), reqId);
   fetchNext(request);

@@ -1,5 +1,7 @@
 #include "parsers/measurement_parser.h"
 
+#include <vector>
+
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
 #include "parsers/same_key.h"
@@ -25,9 +27,13 @@ void moveEntry(map_t& from, const hashed_key& key, map_t& document) {
 map_t measurementParser(map_t&& document, Time& time, const DataConstants& constants) {
   time.parseTimes(document);
   map_t fragments;
-  for (auto& [name, value] : document)
-    if (isFragment(value, constants)) fragments.insert(sameKey(name), std::move(value));
-  for (const auto& [name, fragment] : fragments) document.erase(name);
+  std::vector<data_t> leaving;
+  for (auto& [name, value] : document) {
+    if (!isFragment(value, constants)) continue;
+    fragments[name] = std::move(value);
+    leaving.push_back(sameKey(name));
+  }
+  for (const data_t& name : leaving) document.erase(name);
   document.insert(constants.measurements, std::move(fragments));
   return std::move(document);
 }

@@ -18,6 +18,7 @@ struct Condition {
 
   /// Adds a further condition, which must be met too.
   void require(Condition&& further) {
+    if (further.sql.empty()) return;
     sql += sql.empty() ? further.sql : " AND " + further.sql;
     for (Parameter& parameter : further.parameters) parameters.push_back(std::move(parameter));
   }

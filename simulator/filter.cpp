@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -12,7 +13,8 @@ namespace simulator {
 
 namespace {
 
-constexpr int deepest = 100;
+/// SQLite's parser holds a hundred pieces of an expression, and a level makes up to three of them.
+constexpr int deepest = 24;
 constexpr int mostComparisons = 500;
 
 enum class TokenKind { Word, Text, Number, Open, Close, End };
@@ -34,8 +36,9 @@ class Parser {
       : parameter(parameter), text(text), columns(columns) {}
 
   Condition read() {
-    skipWord("$filter=");
+    const bool marked = skipWord("$filter=");
     advance();
+    if (!marked && token.kind == TokenKind::End) return {};
     Condition condition = either();
     if (token.kind != TokenKind::End) fail("\"and\", \"or\", \"$orderby=_id asc\" or the end was expected");
     return condition;
@@ -228,7 +231,8 @@ class Parser {
     if (const auto [stop, code] = std::from_chars(digits.data(), end, whole); code == std::errc() && stop == end)
       return whole;
     double number = 0;
-    if (const auto [stop, code] = std::from_chars(digits.data(), end, number); code == std::errc() && stop == end)
+    if (const auto [stop, code] = std::from_chars(digits.data(), end, number);
+        code == std::errc() && stop == end && std::isfinite(number))
       return number;
     failAt(token.at, quoted(token.text) + " is no number");
   }

@@ -19,8 +19,11 @@ CREATE TABLE alarms (
   document TEXT NOT NULL,
   source TEXT GENERATED ALWAYS AS (document ->> '$.source.id') VIRTUAL,
   type TEXT GENERATED ALWAYS AS (document ->> '$.type') VIRTUAL,
-  status TEXT GENERATED ALWAYS AS (document ->> '$.status') VIRTUAL
-) WITHOUT ROWID;
+  status TEXT GENERATED ALWAYS AS (document ->> '$.status') VIRTUAL,
+  severity TEXT GENERATED ALWAYS AS (document ->> '$.severity') VIRTUAL
+);
+CREATE INDEX alarms_by_severity ON alarms (severity, status, id);
+CREATE INDEX alarms_by_source ON alarms (source, id);
 
 CREATE TABLE events (
   id TEXT PRIMARY KEY,

@@ -20,7 +20,8 @@ constexpr Selector selectors[] = {
     {"q", Selector::Test::Filter, ""},
     {"query", Selector::Test::Filter, ""},
 };
-constexpr Column columns[] = {{"source.id", "source"}, {"type", "type"}, {"status", "status"}};
+constexpr Column columns[] = {
+    {"source.id", "source"}, {"type", "type"}, {"status", "status"}, {"severity", "severity"}};
 
 }  // namespace
 

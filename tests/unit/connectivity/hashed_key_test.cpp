@@ -11,6 +11,7 @@
 #include "connectivity/Message.h"
 #include "connectivity/conversion.h"
 #include "tests/support/TestHost.h"
+#include "tests/unit/connectivity/failure.h"
 #include "tests/unit/connectivity/made_values.h"
 
 namespace tests {
@@ -125,6 +126,17 @@ TEST_F(HashedKeyTest, IsErasedAndTaken) {
   EXPECT_TRUE(map.erase(name));
   EXPECT_FALSE(map.erase(name));
   EXPECT_TRUE(map.empty());
+}
+
+TEST_F(HashedKeyTest, OfNothingIsRefusedByInsertionAndMetadata) {
+  const hashed_key nothing;
+  map_t map;
+  map[nothing] = data_t(std::int64_t{1});
+  EXPECT_EQ(failureOf([&] { map.insert(nothing, data_t()); }), "Cannot have a null key");
+  EXPECT_EQ(failureOf([&] { map.set(nothing, data_t()); }), "Cannot have a null key");
+  product::Message message;
+  EXPECT_EQ(failureOf([&] { message.putMetadataValue(nothing, data_t()); }),
+            "Cannot use non-string keys into metadata");
 }
 
 TEST_F(HashedKeyTest, SetsMetadata) {

@@ -76,6 +76,17 @@ TEST_F(MeasurementParserTest, LeavesNothingOfAFragmentUnderABorrowedKey) {
   }
 }
 
+TEST_F(MeasurementParserTest, MovesAFragmentUnderAnEmptyKey) {
+  const product::data_t nothing;
+  product::map_t series, fragment, document;
+  series.insert("value", std::int64_t{1});
+  fragment.insert("s", std::move(series));
+  document[nothing] = std::move(fragment);
+  const product::map_t parsed = plugins::measurementParser(std::move(document), time(), constants);
+  EXPECT_FALSE(parsed.contains(nothing));
+  EXPECT_TRUE(parsed.at("measurements").get<product::map_t>().contains(nothing));
+}
+
 TEST_F(MeasurementParserTest, GathersTenThousandSeries) {
   std::string series;
   for (int number = 0; number < 10000; ++number)
