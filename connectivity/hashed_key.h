@@ -70,8 +70,10 @@ inline data_t& map_t::at(const hashed_key& key) {
 inline std::pair<map_t::iterator, bool> map_t::insert(const hashed_key& key, data_t&& value) {
   bool isNew;
   map_slot& slot = slotOf(key, isNew);
-  data_t taken(std::move(value));
-  if (isNew) reinterpret_cast<data_t&>(slot.value).swap(taken);
+  if (isNew)
+    reinterpret_cast<data_t&>(slot.value).swap(value);
+  else
+    value = data_t();
   return {iteratorAt(static_cast<std::uint64_t>(&slot - slots())), isNew};
 }
 

@@ -178,32 +178,39 @@ std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
 
 /// The slot that holds the key: an own one with an empty value when there was none.
 map_slot& map_t::slotOf(const hashed_key& key, bool& isNew) {
-  if (key.empty()) throw std::runtime_error("Cannot have a null key");
-  const std::uint64_t found = indexOf(key);
-  isNew = found == capacity();
-  if (!isNew) return slots()[found];
-  std::uint64_t place = placeFor(key.hash());
-  if (place == capacity() || needsRebuild(*block)) place = makeRoom(key, key.hash(), {capacity(), place}).place;
-  char* const text = qel_copy_string(reinterpret_cast<const char*>(key.bits()));
+  if (key.empty()) [[unlikely]]
+    throw std::runtime_error("Cannot have a null key");
+  const std::uint64_t keyHash = key.hash();
+  const char* const text = reinterpret_cast<const char*>(key.bits());
+  const std::uint64_t nowhere = capacity();
+  std::uint64_t place = nowhere;
+  if (nowhere > 0) {
+    map_slot* const table = slots();
+    const std::uint64_t start = startOf(keyHash, nowhere);
+    std::uint64_t index = start;
+    do {
+      map_slot& slot = table[index];
+      if (isOccupied(slot)) {
+        if (slot.hash == keyHash && slot.key.tag == QEL_STRING &&
+            std::strcmp(reinterpret_cast<const char*>(slot.key.payload), text) == 0) {
+          isNew = false;
+          return slot;
+        }
+      } else {
+        if (place == nowhere) place = index;
+        if (slot.hash == freeHash) break;
+      }
+      if (++index == nowhere) index = 0;
+    } while (index != start);
+  }
+  if (place == nowhere || needsRebuild(*block)) place = makeRoom(key, keyHash, {nowhere, place}).place;
+  char* const ownText = qel_copy_string(text);
   map_slot& slot = slots()[place];
   ++block->count;
-  slot.hash = key.hash();
-  slot.key = {reinterpret_cast<std::uint64_t>(text), QEL_STRING, 0};
+  slot.hash = keyHash;
+  slot.key = {reinterpret_cast<std::uint64_t>(ownText), QEL_STRING, 0};
+  isNew = true;
   return slot;
-}
-
-/// The first slot from the hash's own on that holds no entry, or the capacity: where an absent key could go.
-std::uint64_t map_t::placeFor(std::uint64_t hash) const {
-  const std::uint64_t nowhere = capacity();
-  if (nowhere == 0) return nowhere;
-  const map_slot* const table = slots();
-  const std::uint64_t start = startOf(hash, nowhere);
-  std::uint64_t index = start;
-  while (isOccupied(table[index])) {
-    if (++index == nowhere) index = 0;
-    if (index == start) return nowhere;
-  }
-  return index;
 }
 
 data_t& map_t::operator[](data_t&& key) {

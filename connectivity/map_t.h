@@ -117,7 +117,6 @@ class map_t {
   std::uint64_t indexOf(const data_t& key, std::uint64_t hash) const;
   std::uint64_t indexOf(const hashed_key& key) const;
   map_slot& slotOf(const hashed_key& key, bool& isNew);
-  std::uint64_t placeFor(std::uint64_t hash) const;
   Position makeRoom(const data_t& key, std::uint64_t hash, Position position);
   map_slot& occupy(std::uint64_t index, std::uint64_t hash, data_t& key, data_t& value);
   const data_t& valueAt(std::uint64_t index) const;
