@@ -26,6 +26,7 @@ if(SANITIZE)
 endif()
 
 add_library(hardening INTERFACE)
-target_compile_options(hardening INTERFACE -fstack-protector-strong)
+# All symbols are bound at the start, so calls of other libraries need no stubs.
+target_compile_options(hardening INTERFACE -fstack-protector-strong -fno-plt)
 target_compile_definitions(hardening INTERFACE "$<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>")
 target_link_options(hardening INTERFACE -Wl,-z,relro -Wl,-z,now)

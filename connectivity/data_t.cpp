@@ -4,10 +4,8 @@
 
 namespace com::tallowmere::connectivity10_15_4 {
 
-data_t::data_t(const char* text) : tag(QEL_STRING) {
-  if (!text)
-    throw std::runtime_error("Cannot use a null char* as a data_t value (consider using an empty data_t() instead)");
-  payload = reinterpret_cast<std::uint64_t>(qel_copy_string(text));
+void data_t::refuseNull() {
+  throw std::runtime_error("Cannot use a null char* as a data_t value (consider using an empty data_t() instead)");
 }
 
 void data_t::release() noexcept {

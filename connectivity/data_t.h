@@ -41,7 +41,7 @@ class data_t {
 
   /// A string value with a copy of the text. Throws std::runtime_error "Cannot use a null char* as a data_t value
   /// (consider using an empty data_t() instead)" for null.
-  data_t(const char* text);
+  data_t(const char* text) : payload(reinterpret_cast<std::uint64_t>(copyOf(text))), tag(QEL_STRING) {}
   data_t(const std::string& text) : data_t(text.c_str()) {}
 
   /// Any other pointer would turn into a boolean.
@@ -73,7 +73,7 @@ class data_t {
   data_t& operator=(list_t&& list) noexcept { return *this = data_t(std::move(list)); }
   data_t& operator=(map_t&& map) noexcept { return *this = data_t(std::move(map)); }
 
-  ~data_t() {
+  [[gnu::always_inline]] ~data_t() {
     if (tag >= QEL_STRING && tag <= QEL_CUSTOM) release();
   }
 
@@ -124,6 +124,12 @@ class data_t {
 
  private:
   explicit data_t(qel_value value) noexcept : payload(value.payload), tag(value.tag) {}
+  static char* copyOf(const char* text) {
+    if (!text) [[unlikely]]
+      refuseNull();
+    return qel_copy_string(text);
+  }
+  [[noreturn]] static void refuseNull();
   void release() noexcept;
 
   std::uint64_t payload = 0;
@@ -213,6 +219,13 @@ inline map_t::iterator map_t::iteratorAt(std::uint64_t index) noexcept {
 }
 inline map_t::const_iterator map_t::iteratorAt(std::uint64_t index) const noexcept {
   return {this, block ? slots() : nullptr, capacity(), size(), index};
+}
+/// The end for no slot.
+inline map_t::iterator map_t::iteratorTo(const map_slot* slot) noexcept {
+  return iteratorAt(slot ? static_cast<std::uint64_t>(slot - slots()) : capacity());
+}
+inline map_t::const_iterator map_t::iteratorTo(const map_slot* slot) const noexcept {
+  return iteratorAt(slot ? static_cast<std::uint64_t>(slot - slots()) : capacity());
 }
 inline std::uint64_t map_t::firstOccupied() const noexcept {
   std::uint64_t index = 0;

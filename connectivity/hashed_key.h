@@ -30,56 +30,59 @@ class hashed_key : public data_t {
   std::uint64_t keyHash;
 };
 
-/// A ready-made key is found where it is looked up: the probe is inlined, and no iterator is built that nobody asks
-/// for.
-inline std::uint64_t map_t::indexOf(const hashed_key& key) const {
-  const std::uint64_t nowhere = capacity();
+/// Whether the key of a slot is the text of a key that isn't empty.
+inline bool isSameText(const qel_value& key, const hashed_key& wanted) noexcept {
+  return key.tag == QEL_STRING &&
+         std::strcmp(reinterpret_cast<const char*>(key.payload), reinterpret_cast<const char*>(wanted.bits())) == 0;
+}
+
+/// The slot of the key, or null. A probe of its own, inlined where a ready-made key is looked up: it asks for no place
+/// that a new key could take.
+inline map_slot* map_t::slotOf(const hashed_key& key) const {
+  if (capacity() == 0) return nullptr;
   if (key.empty()) [[unlikely]]
-    return indexOf(key, key.hash());
-  if (nowhere == 0) return nowhere;
-  const map_slot* const table = slots();
-  const std::uint64_t start = startOf(key.hash(), nowhere);
-  std::uint64_t index = start;
-  do {
-    const map_slot& slot = table[index];
-    if (slot.hash == key.hash() && slot.key.tag == QEL_STRING &&
-        std::strcmp(reinterpret_cast<const char*>(slot.key.payload), reinterpret_cast<const char*>(key.bits())) == 0)
-      return index;
-    if (slot.hash == 0 && slot.key.tag == QEL_EMPTY) return nowhere;
-    if (++index == nowhere) index = 0;
-  } while (index != start);
-  return nowhere;
+    return slotOf(key, key.hash());
+  map_slot* const first = slots() + startOf(key.hash(), block->capacity);
+  map_slot* slot = first;
+  map_slot* end = slots() + block->capacity;
+  while (true) {
+    for (; slot != end; ++slot) {
+      if (slot->hash == key.hash() && isSameText(slot->key, key)) return slot;
+      if (slot->hash == 0 && slot->key.tag == QEL_EMPTY) return nullptr;
+    }
+    if (end == first) return nullptr;
+    slot = slots();
+    end = first;
+  }
 }
 
 inline map_t::iterator map_t::find(const hashed_key& key) {
-  return iteratorAt(indexOf(key));
+  return iteratorTo(slotOf(key));
 }
 inline map_t::const_iterator map_t::find(const hashed_key& key) const {
-  return iteratorAt(indexOf(key));
+  return iteratorTo(slotOf(key));
 }
 inline bool map_t::contains(const hashed_key& key) const {
-  return indexOf(key) != capacity();
+  return slotOf(key) != nullptr;
 }
 inline const data_t& map_t::at(const hashed_key& key) const {
-  return valueAt(indexOf(key));
+  return valueOf(slotOf(key));
 }
 inline data_t& map_t::at(const hashed_key& key) {
-  return const_cast<data_t&>(valueAt(indexOf(key)));
+  return const_cast<data_t&>(valueOf(slotOf(key)));
 }
 
-inline std::pair<map_t::iterator, bool> map_t::insert(const hashed_key& key, data_t&& value) {
-  bool isNew;
-  map_slot& slot = slotOf(key, isNew);
-  if (isNew)
-    reinterpret_cast<data_t&>(slot.value).swap(value);
-  else
+[[gnu::always_inline]] inline std::pair<map_t::iterator, bool> map_t::insert(const hashed_key& key, data_t&& value) {
+  const Position position = slotFor(key);
+  if (position.isThere)
     value = data_t();
-  return {iteratorAt(static_cast<std::uint64_t>(&slot - slots())), isNew};
+  else
+    reinterpret_cast<data_t&>(position.slot->value).swap(value);
+  return {iteratorTo(position.slot), !position.isThere};
 }
 
 inline data_t& map_t::set(const hashed_key& key, data_t&& value) {
-  bool isNew;
-  return reinterpret_cast<data_t&>(slotOf(key, isNew).value) = std::move(value);
+  return reinterpret_cast<data_t&>(slotFor(key).slot->value) = std::move(value);
 }
 
 }  // namespace com::tallowmere::connectivity10_15_4

@@ -34,12 +34,8 @@ constexpr std::uint64_t tombstoneHash = 1;
 data_t& keyOf(map_slot& slot) {
   return reinterpret_cast<data_t&>(slot.key);
 }
-data_t& valueOf(map_slot& slot) {
+data_t& valueIn(map_slot& slot) {
   return reinterpret_cast<data_t&>(slot.value);
-}
-
-bool isTombstone(const map_slot& slot) {
-  return slot.key.tag == QEL_EMPTY && slot.hash == tombstoneHash;
 }
 
 /// More than three quarters full, counted in whole numbers.
@@ -58,12 +54,6 @@ bool checksAreSkipped() {
 }
 
 }  // namespace
-
-/// Where a key is and where it could go; the capacity stands for nowhere.
-struct map_t::Position {
-  std::uint64_t found;
-  std::uint64_t place;
-};
 
 map_t::map_t(std::uint64_t capacity, const char* name) : map_t() {
   if (capacity > 0) {
@@ -85,7 +75,14 @@ void map_t::setName(const char* name) {
 
 map_t map_t::copy() const {
   map_t result(empty() ? 0 : std::max(size(), smallestCapacity));
-  for (const auto& [key, value] : *this) result.insert(key.copy(), value.copy());
+  std::uint64_t left = size();
+  for (map_slot* slot = left > 0 ? slots() : nullptr; left > 0 && slot != slots() + capacity(); ++slot) {
+    if (!isOccupied(*slot)) continue;
+    --left;
+    data_t key = keyOf(*slot).copy();
+    data_t value = valueIn(*slot).copy();
+    result.add(key, value);
+  }
   if (name()) result.setName(name());
   return result;
 }
@@ -95,122 +92,140 @@ void map_t::reserve(std::uint64_t n) {
   block = block ? qel_reallocate_map(block, capacity) : qel_allocate_map(capacity);
 }
 
-map_t::Position map_t::locate(const data_t& key, std::uint64_t hash) const {
-  const std::uint64_t nowhere = capacity();
-  Position result{nowhere, nowhere};
-  if (nowhere == 0) return result;
-  const std::uint64_t start = startOf(hash, nowhere);
-  std::uint64_t index = start;
-  do {
-    map_slot& slot = slots()[index];
-    if (isOccupied(slot)) {
-      if (slot.hash == hash && isSameKey(keyOf(slot), key)) return {index, index};
-    } else {
-      if (result.place == nowhere) result.place = index;
-      if (!isTombstone(slot)) break;
+/// `isKey` tells of the key of a slot with the hash whether it is the one sought.
+template <class IsKey>
+map_t::Position map_t::probe(std::uint64_t hash, IsKey isKey) const {
+  if (capacity() == 0) return {nullptr, false};
+  map_slot* place = nullptr;
+  map_slot* const first = slots() + startOf(hash, block->capacity);
+  map_slot* slot = first;
+  map_slot* end = slots() + block->capacity;
+  while (true) {
+    for (; slot != end; ++slot) {
+      if (!isOccupied(*slot)) {
+        if (!place) place = slot;
+        if (slot->hash == freeHash) return {place, false};
+      } else if (slot->hash == hash && isKey(slot->key)) {
+        return {slot, true};
+      }
     }
-    if (++index == nowhere) index = 0;
-  } while (index != start);
-  return result;
+    if (end == first) return {place, false};
+    slot = slots();
+    end = first;
+  }
 }
 
-/// Where the key is, or the capacity.
-std::uint64_t map_t::indexOf(const data_t& key, std::uint64_t hash) const {
-  const std::uint64_t nowhere = capacity();
-  if (nowhere == 0) return nowhere;
-  const map_slot* const table = slots();
-  const std::uint64_t start = startOf(hash, nowhere);
-  std::uint64_t index = start;
-  do {
-    const map_slot& slot = table[index];
-    if (slot.hash == hash && isOccupied(slot) && isSameKey(reinterpret_cast<const data_t&>(slot.key), key))
-      return index;
-    if (slot.hash == freeHash && slot.key.tag == QEL_EMPTY) return nowhere;
-    if (++index == nowhere) index = 0;
-  } while (index != start);
-  return nowhere;
+map_t::Position map_t::locate(const data_t& key, std::uint64_t hash) const {
+  return probe(hash, [&](const qel_value& found) { return isSameKey(reinterpret_cast<const data_t&>(found), key); });
 }
 
-map_t::Position map_t::makeRoom(const data_t& key, std::uint64_t hash, Position position) {
-  while (position.place == capacity() || needsRebuild(*block)) {
+/// The slot of the key, or null.
+map_slot* map_t::slotOf(const data_t& key, std::uint64_t hash) const {
+  const Position position = locate(key, hash);
+  return position.isThere ? position.slot : nullptr;
+}
+
+map_slot* map_t::slotOf(const data_t& key) const {
+  return slotOf(key, hash(key, tableSeed));
+}
+
+/// The free slot of a new key, found in one go: null when an equal hash, a tombstone or a table to be rebuilt calls for
+/// a closer look.
+inline map_slot* map_t::slotOfNew(std::uint64_t hash) const {
+  if (capacity() == 0 || needsRebuild(*block)) return nullptr;
+  map_slot* slot = slots() + startOf(hash, block->capacity);
+  map_slot* const end = slots() + block->capacity;
+  bool isSecondRound = false;
+  while (slot->hash != freeHash || slot->key.tag != QEL_EMPTY) {
+    if (slot->hash == hash || slot->hash == tombstoneHash) return nullptr;
+    if (++slot == end) {
+      if (std::exchange(isSecondRound, true)) return nullptr;
+      slot = slots();
+    }
+  }
+  return slot;
+}
+
+/// Where a new entry of the hash goes: `place`, if there is one and the table need not be rebuilt.
+inline map_slot* map_t::withRoom(map_slot* place, std::uint64_t hash) {
+  if (!place || needsRebuild(*block)) [[unlikely]]
+    return rebuild(hash);
+  return place;
+}
+
+map_slot* map_t::rebuild(std::uint64_t hash) {
+  do
     block = block ? qel_reallocate_map(block, std::max(smallestCapacity, block->count * 2 + 2))
                   : qel_allocate_map(smallestCapacity);
-    position = locate(key, hash);
-  }
-  return position;
+  while (needsRebuild(*block));
+  return probe(hash, [](const qel_value&) { return false; }).slot;
 }
 
 /// Moves key and value into a slot that is free or a tombstone.
-map_slot& map_t::occupy(std::uint64_t index, std::uint64_t hash, data_t& key, data_t& value) {
-  map_slot& slot = slots()[index];
+inline map_slot* map_t::occupy(map_slot* slot, std::uint64_t hash, data_t& key, data_t& value) {
   ++block->count;
-  slot.hash = hash;
-  keyOf(slot).swap(key);
-  valueOf(slot).swap(value);
+  slot->hash = hash;
+  slot->key = key.disown();
+  slot->value = value.disown();
   return slot;
 }
 
 map_t::iterator map_t::find(const data_t& key) {
-  return iteratorAt(indexOf(key, hash(key, tableSeed)));
+  return iteratorTo(slotOf(key));
 }
 
 map_t::const_iterator map_t::find(const data_t& key) const {
-  return iteratorAt(indexOf(key, hash(key, tableSeed)));
+  return iteratorTo(slotOf(key));
 }
 
 bool map_t::contains(const data_t& key) const {
-  return indexOf(key, hash(key, tableSeed)) != capacity();
+  return slotOf(key) != nullptr;
 }
 
 std::pair<map_t::iterator, bool> map_t::insert(data_t&& key, data_t&& value) {
-  const std::uint64_t keyHash = hash(key, tableSeed);
-  if (key.empty()) throw std::runtime_error("Cannot have a null key");
-  Position position = locate(key, keyHash);
-  if (position.found != capacity()) {
+  const Position position = add(key, value);
+  if (position.isThere) {
     value = data_t();
     key = data_t();
-    return {iteratorAt(position.found), false};
   }
-  position = makeRoom(key, keyHash, position);
-  occupy(position.place, keyHash, key, value);
-  return {iteratorAt(position.place), true};
+  return {iteratorTo(position.slot), !position.isThere};
+}
+
+/// Moves key and value into the map unless the key is there already.
+map_t::Position map_t::add(data_t& key, data_t& value) {
+  const std::uint64_t keyHash = hash(key, tableSeed);
+  if (key.empty()) throw std::runtime_error("Cannot have a null key");
+  map_slot* slot = slotOfNew(keyHash);
+  if (!slot) [[unlikely]] {
+    const Position position = locate(key, keyHash);
+    if (position.isThere) return position;
+    slot = withRoom(position.slot, keyHash);
+  }
+  return {occupy(slot, keyHash, key, value), false};
+}
+
+/// Gives a slot that is free or a tombstone a copy of the key.
+inline map_slot* map_t::occupy(map_slot* slot, const hashed_key& key) {
+  char* const text = qel_copy_string(reinterpret_cast<const char*>(key.bits()));
+  ++block->count;
+  slot->hash = key.hash();
+  slot->key = {reinterpret_cast<std::uint64_t>(text), QEL_STRING, 0};
+  return slot;
 }
 
 /// The slot that holds the key: an own one with an empty value when there was none.
-map_slot& map_t::slotOf(const hashed_key& key, bool& isNew) {
-  if (key.empty()) [[unlikely]]
-    throw std::runtime_error("Cannot have a null key");
-  const std::uint64_t keyHash = key.hash();
-  const char* const text = reinterpret_cast<const char*>(key.bits());
-  const std::uint64_t nowhere = capacity();
-  std::uint64_t place = nowhere;
-  if (nowhere > 0) {
-    map_slot* const table = slots();
-    const std::uint64_t start = startOf(keyHash, nowhere);
-    std::uint64_t index = start;
-    do {
-      map_slot& slot = table[index];
-      if (isOccupied(slot)) {
-        if (slot.hash == keyHash && slot.key.tag == QEL_STRING &&
-            std::strcmp(reinterpret_cast<const char*>(slot.key.payload), text) == 0) {
-          isNew = false;
-          return slot;
-        }
-      } else {
-        if (place == nowhere) place = index;
-        if (slot.hash == freeHash) break;
-      }
-      if (++index == nowhere) index = 0;
-    } while (index != start);
-  }
-  if (place == nowhere || needsRebuild(*block)) place = makeRoom(key, keyHash, {nowhere, place}).place;
-  char* const ownText = qel_copy_string(text);
-  map_slot& slot = slots()[place];
-  ++block->count;
-  slot.hash = keyHash;
-  slot.key = {reinterpret_cast<std::uint64_t>(ownText), QEL_STRING, 0};
-  isNew = true;
-  return slot;
+map_t::Position map_t::slotFor(const hashed_key& key) {
+  map_slot* const slot = slotOfNew(key.hash());
+  if (!slot || key.empty()) [[unlikely]]
+    return slotForHard(key);
+  return {occupy(slot, key), false};
+}
+
+/// The same in whatever state the table is.
+map_t::Position map_t::slotForHard(const hashed_key& key) {
+  if (key.empty()) throw std::runtime_error("Cannot have a null key");
+  const Position position = probe(key.hash(), [&](const qel_value& found) { return isSameText(found, key); });
+  return position.isThere ? position : Position{occupy(withRoom(position.slot, key.hash()), key), false};
 }
 
 data_t& map_t::operator[](data_t&& key) {
@@ -219,69 +234,66 @@ data_t& map_t::operator[](data_t&& key) {
 
 data_t& map_t::operator[](const data_t& key) {
   const std::uint64_t keyHash = hash(key, tableSeed);
-  Position position = locate(key, keyHash);
-  if (position.found != capacity()) return valueOf(slots()[position.found]);
-  position = makeRoom(key, keyHash, position);
+  const Position position = locate(key, keyHash);
+  if (position.isThere) return valueIn(*position.slot);
+  map_slot* const place = withRoom(position.slot, keyHash);
   data_t ownKey = key.copy();
   data_t value = data_t().copy();
-  return valueOf(occupy(position.place, keyHash, ownKey, value));
+  return valueIn(*occupy(place, keyHash, ownKey, value));
 }
 
-const data_t& map_t::valueAt(std::uint64_t index) const {
-  if (index == capacity()) throw std::runtime_error("Element not in map");
-  return valueOf(slots()[index]);
+const data_t& map_t::valueOf(const map_slot* slot) {
+  if (!slot) throw std::runtime_error("Element not in map");
+  return reinterpret_cast<const data_t&>(slot->value);
 }
 
 const data_t& map_t::at(const data_t& key) const {
-  return valueAt(indexOf(key, hash(key, tableSeed)));
+  return valueOf(slotOf(key));
 }
 
 data_t& map_t::at(const data_t& key) {
   return const_cast<data_t&>(std::as_const(*this).at(key));
 }
 
-void map_t::eraseAt(std::uint64_t index) {
-  map_slot& slot = slots()[index];
+void map_t::erase(map_slot& slot) {
   const data_t key(std::move(keyOf(slot)));
-  const data_t value(std::move(valueOf(slot)));  // destroyed first
+  const data_t value(std::move(valueIn(slot)));  // destroyed first
   slot.hash = tombstoneHash;
   --block->count;
   ++block->tombstones;
 }
 
-data_t map_t::takeAt(std::uint64_t index) {
-  if (index == capacity()) return {};
-  data_t value(std::move(valueOf(slots()[index])));
-  eraseAt(index);
+data_t map_t::take(map_slot* slot) {
+  if (!slot) return {};
+  data_t value(std::move(valueIn(*slot)));
+  erase(*slot);
   return value;
 }
 
 void map_t::erase(iterator position) {
   if (position == end()) return;
   static_cast<void>(*position);
-  eraseAt(position.index);
+  erase(slots()[position.index]);
 }
 
 bool map_t::erase(const data_t& key) {
-  const std::uint64_t index = indexOf(key, hash(key, tableSeed));
-  if (index == capacity()) return false;
-  eraseAt(index);
-  return true;
+  map_slot* const slot = slotOf(key);
+  if (slot) erase(*slot);
+  return slot;
 }
 
 bool map_t::erase(const hashed_key& key) {
-  const std::uint64_t index = indexOf(key);
-  if (index == capacity()) return false;
-  eraseAt(index);
-  return true;
+  map_slot* const slot = slotOf(key);
+  if (slot) erase(*slot);
+  return slot;
 }
 
 data_t map_t::take(const data_t& key) {
-  return takeAt(indexOf(key, hash(key, tableSeed)));
+  return take(slotOf(key));
 }
 
 data_t map_t::take(const hashed_key& key) {
-  return takeAt(indexOf(key));
+  return take(slotOf(key));
 }
 
 void reportInvalidMapIterator() {

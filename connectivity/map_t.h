@@ -109,19 +109,33 @@ class map_t {
   map_header* header() const noexcept { return block; }
 
  private:
-  struct Position;
+  /// Where a key is or, unless `isThere`, where it could go: null when the table has no place left.
+  struct Position {
+    map_slot* slot;
+    bool isThere;
+  };
 
   map_slot* slots() const noexcept { return reinterpret_cast<map_slot*>(block + 1); }
   std::uint64_t capacity() const noexcept { return block ? block->capacity : 0; }
+  template <class IsKey>
+  Position probe(std::uint64_t hash, IsKey isKey) const;
   Position locate(const data_t& key, std::uint64_t hash) const;
-  std::uint64_t indexOf(const data_t& key, std::uint64_t hash) const;
-  std::uint64_t indexOf(const hashed_key& key) const;
-  map_slot& slotOf(const hashed_key& key, bool& isNew);
-  Position makeRoom(const data_t& key, std::uint64_t hash, Position position);
-  map_slot& occupy(std::uint64_t index, std::uint64_t hash, data_t& key, data_t& value);
-  const data_t& valueAt(std::uint64_t index) const;
-  void eraseAt(std::uint64_t index);
-  data_t takeAt(std::uint64_t index);
+  map_slot* slotOf(const data_t& key, std::uint64_t hash) const;
+  map_slot* slotOf(const data_t& key) const;
+  map_slot* slotOf(const hashed_key& key) const;
+  map_slot* slotOfNew(std::uint64_t hash) const;
+  Position add(data_t& key, data_t& value);
+  Position slotFor(const hashed_key& key);
+  Position slotForHard(const hashed_key& key);
+  map_slot* occupy(map_slot* slot, const hashed_key& key);
+  map_slot* withRoom(map_slot* place, std::uint64_t hash);
+  map_slot* rebuild(std::uint64_t hash);
+  map_slot* occupy(map_slot* slot, std::uint64_t hash, data_t& key, data_t& value);
+  static const data_t& valueOf(const map_slot* slot);
+  void erase(map_slot& slot);
+  data_t take(map_slot* slot);
+  iterator iteratorTo(const map_slot* slot) noexcept;
+  const_iterator iteratorTo(const map_slot* slot) const noexcept;
   iterator iteratorAt(std::uint64_t index) noexcept;
   const_iterator iteratorAt(std::uint64_t index) const noexcept;
   std::uint64_t firstOccupied() const noexcept;

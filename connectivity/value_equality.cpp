@@ -56,7 +56,6 @@ bool operator==(const list_t& a, const list_t& b) {
 // A string key is looked up by the hash that its slot keeps. Maps that were built alike hold it in the same slot.
 bool operator==(const map_t& a, const map_t& b) {
   if (a.size() != b.size() || !equalNames(a.name(), b.name())) return false;
-  const std::uint64_t capacity = b.capacity();
   std::uint64_t left = a.size();
   for (std::uint64_t index = 0; left > 0 && index < a.capacity(); ++index) {
     const map_slot& slot = a.slots()[index];
@@ -64,12 +63,12 @@ bool operator==(const map_t& a, const map_t& b) {
     --left;
     const auto& key = reinterpret_cast<const data_t&>(slot.key);
     const std::uint64_t keyHash = key.isString() ? slot.hash : hash(key, tableSeed);
-    const bool isThere = index < capacity && b.slots()[index].hash == keyHash && isOccupied(b.slots()[index]) &&
-                         reinterpret_cast<const data_t&>(b.slots()[index].key) == key;
-    const std::uint64_t found = isThere ? index : b.indexOf(key, keyHash);
-    if (found == capacity) return false;
-    if (!(reinterpret_cast<const data_t&>(slot.value) == reinterpret_cast<const data_t&>(b.slots()[found].value)))
-      return false;
+    const map_slot* other = index < b.capacity() ? b.slots() + index : nullptr;
+    if (!other || other->hash != keyHash || !isOccupied(*other) ||
+        !(reinterpret_cast<const data_t&>(other->key) == key))
+      other = b.slotOf(key, keyHash);
+    if (!other) return false;
+    if (!(reinterpret_cast<const data_t&>(slot.value) == reinterpret_cast<const data_t&>(other->value))) return false;
   }
   return true;
 }

@@ -87,11 +87,17 @@ inline bool areBlocksWatched() {
   return currentLevel() != LedgerLevel::none;
 }
 
+/// Calls `body` with Watched. Never inlined, so that the frame it needs isn't made where blocks aren't watched.
+template <class Body>
+[[gnu::noinline, gnu::cold]] auto withWatchedBlocks(const char* function, const void* caller, Body body) {
+  return body(Watched({function, caller}));
+}
+
 /// Calls `body` with Unwatched, or with Watched for the call of `function` from `caller`. [any thread]
 template <class Body>
 auto withBlocks(const char* function, const void* caller, Body body) {
   if (areBlocksWatched()) [[unlikely]]
-    return body(Watched({function, caller}));
+    return withWatchedBlocks(function, caller, body);
   return body(Unwatched());
 }
 

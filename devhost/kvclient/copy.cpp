@@ -11,9 +11,15 @@ namespace devhost {
 namespace {
 
 template <class Blocks>
-char* copyText(const Blocks& blocks, const char* text) {
+[[gnu::always_inline]] inline char* copyText(const Blocks& blocks, const char* text) {
   const std::size_t size = std::strlen(text) + 1;
   return static_cast<char*>(std::memcpy(blocks.allocate(BlockKind::string, size), text, size));
+}
+
+template <class Blocks>
+[[gnu::always_inline]] inline qel_value copyOfText(const Blocks& blocks, const qel_value& value) {
+  blocks.checkReadable(BlockKind::string, blockOf<char>(value));
+  return valueOf(copyText(blocks, blockOf<char>(value)), QEL_STRING);
 }
 
 /// Copies blocks as they stand, and then what the values in them own.
@@ -42,10 +48,14 @@ class Copier {
   /// value inside its new container can be remembered.
   void own(qel_value& value) {
     if (value.tag < QEL_STRING || value.payload == 0) return;
+    if (value.tag == QEL_STRING) [[likely]]
+      value = copyOfText(blocks, value);
+    else
+      ownRare(value);
+  }
+
+  [[gnu::noinline]] void ownRare(qel_value& value) {
     switch (value.tag) {
-      case QEL_STRING:
-        blocks.checkReadable(BlockKind::string, blockOf<char>(value));
-        [[fallthrough]];
       case QEL_BORROWED_STRING:
         // Owned even when it was borrowed: the lender need not outlive the copy.
         value = valueOf(copyText(blocks, blockOf<char>(value)), QEL_STRING);
@@ -111,6 +121,12 @@ class Copier {
   WorkList<qel_value*> pending;
 };
 
+/// Not inlined, so that texts don't pay for the list of work.
+template <class Blocks>
+[[gnu::noinline]] qel_value copyOfAny(const Blocks& blocks, const qel_value& value) {
+  return Copier(blocks).copy(value);
+}
+
 }  // namespace
 }  // namespace devhost
 
@@ -121,6 +137,9 @@ char* qel_copy_string(const char* text) {
 }
 
 qel_value qel_copy_data(qel_value value) {
-  return withBlocks(__func__, __builtin_return_address(0),
-                    [&value](const auto& blocks) { return Copier(blocks).copy(value); });
+  if (value.tag < QEL_STRING) return value;
+  return withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) {
+    if (value.tag == QEL_STRING && value.payload != 0) return copyOfText(blocks, value);
+    return copyOfAny(blocks, value);
+  });
 }
