@@ -1,6 +1,7 @@
 #include "connectivity/StatusItem.h"
 
-#include <cstdio>
+#include <charconv>
+#include <iterator>
 #include <stdexcept>
 
 #include "connectivity/barrier.h"
@@ -31,9 +32,8 @@ void StatusItem::setStatus(const std::string& text) {
 void StatusItem::setStatus(std::int64_t newNumber) {
   MutexLock held(lock);
   number = newNumber;
-  char text[25];
-  std::snprintf(text, sizeof text, "%lld", static_cast<long long>(newNumber));
-  publish(text);
+  char digits[25];
+  publish({digits, std::to_chars(digits, std::end(digits), newNumber).ptr});
 }
 
 std::int64_t StatusItem::getNumber() const {
