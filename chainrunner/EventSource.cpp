@@ -19,9 +19,9 @@ struct Line {
     if (!document.is(Tag::map))
       throw MappingError(std::string("the line is not an object but ") + document.type_name());
     for (auto& entry : document.get<map_t>()) {
-      const std::string key = entry.first.get<std::string>();
+      const std::string_view key = entry.first.get<std::string_view>();
       data_t* const part = find(key);
-      if (!part) throw MappingError("unknown key \"" + key + "\"");
+      if (!part) throw MappingError("unknown key \"" + std::string(key) + "\"");
       *part = std::move(entry.second);
     }
   }
@@ -55,14 +55,14 @@ EventSource::EventSource(std::string fileName, LineReader lines, const Mapping& 
     : fileName(std::move(fileName)), lines(std::move(lines)), mapping(mapping), options(options) {}
 
 SourceStep EventSource::next() {
-  std::string line;
+  std::string_view line;
   for (;;) {
     const LineReader::Result result = lines.next(line);
-    if (result == LineReader::Result::end) return {SourceStep::Kind::end, {}, {}, {}};
+    if (result == LineReader::Result::end) return {SourceStep::Kind::end};
     ++lineNumber;
     if (result == LineReader::Result::tooLong)
       return refused(1, "the line is longer than " + std::to_string(options.maxLineBytes) + " bytes");
-    if (lineNumber == 1 && line.starts_with(byteOrderMark)) line.erase(0, byteOrderMark.size());
+    if (lineNumber == 1 && line.starts_with(byteOrderMark)) line.remove_prefix(byteOrderMark.size());
     if (!isSkipped(line)) return read(line);
   }
 }
@@ -71,14 +71,14 @@ bool EventSource::isReady() {
   return lines.isReady();
 }
 
-SourceStep EventSource::read(const std::string& text) const {
+SourceStep EventSource::read(std::string_view text) const {
   try {
     Line line(readJson(text, options.json));
-    if (line.asksToWait()) return {SourceStep::Kind::wait, {}, {}, {}};
+    if (line.asksToWait()) return {SourceStep::Kind::wait};
     if (!line.type.isString()) return refused(1, "the line has no \"type\"");
-    const std::string type = line.type.get<std::string>();
-    Message message = mapping.toMessage(type, std::move(line.payload), takeMetadata(line.metadata));
-    return {SourceStep::Kind::event, *mapping.find(type), std::move(message), {}};
+    const TypeMapping& type = mapping.of(line.type.get<std::string_view>());
+    return {SourceStep::Kind::event, &type.fullName(),
+            type.toMessage(std::move(line.payload), takeMetadata(line.metadata))};
   } catch (const JsonError& error) {
     return refused(error.offset + 1, error.what());
   } catch (const MappingError& error) {
@@ -88,7 +88,7 @@ SourceStep EventSource::read(const std::string& text) const {
 
 SourceStep EventSource::refused(std::size_t column, const std::string& reason) const {
   return {SourceStep::Kind::refused,
-          {},
+          nullptr,
           {},
           fileName + ":" + std::to_string(lineNumber) + ":" + std::to_string(column) + ": " + reason};
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "chainrunner/LineReader.h"
 #include "chainrunner/Mapping.h"
@@ -19,9 +20,9 @@ struct SourceStep {
     end
   };
   Kind kind;
-  std::string type;  ///< the event's full type name
-  Message message;
-  std::string reason;
+  const std::string* type = nullptr;  ///< the event's full type name, which is the mapping's
+  Message message{};
+  std::string reason{};
 };
 
 /// Reads events as JSON Lines: {"type": "Alarm", "payload": {...}, "metadata": {...}}, and {"wait": true}. Empty lines
@@ -38,7 +39,7 @@ class EventSource {
   bool isReady();
 
  private:
-  SourceStep read(const std::string& line) const;
+  SourceStep read(std::string_view line) const;
   SourceStep refused(std::size_t column, const std::string& reason) const;
 
   const std::string fileName;

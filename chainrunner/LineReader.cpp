@@ -13,12 +13,12 @@ namespace chainrunner {
 LineReader::LineReader(std::string name, int file, int stopFile, std::size_t maxLineBytes)
     : name(std::move(name)), file(file), stopFile(stopFile), maxLineBytes(maxLineBytes) {}
 
-LineReader::Result LineReader::next(std::string& line) {
+LineReader::Result LineReader::next(std::string_view& line) {
   bool isTooLong = false;
   for (;;) {
     const std::size_t end = buffer.find('\n', std::max(start, scanned));
     if (end != std::string::npos) {
-      line.assign(buffer, start, end - start);
+      line = std::string_view(buffer).substr(start, end - start);
       start = scanned = end + 1;
       break;
     }
@@ -30,11 +30,11 @@ LineReader::Result LineReader::next(std::string& line) {
     }
     if (fill(-1)) continue;
     if (start == buffer.size() && !isTooLong) return Result::end;
-    line.assign(buffer, start);
+    line = std::string_view(buffer).substr(start);
     start = scanned = buffer.size();
     break;
   }
-  if (!line.empty() && line.back() == '\r') line.pop_back();
+  if (line.ends_with('\r')) line.remove_suffix(1);
   return isTooLong || line.size() > maxLineBytes ? Result::tooLong : Result::line;
 }
 

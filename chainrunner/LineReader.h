@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace chainrunner {
 
@@ -20,9 +21,9 @@ class LineReader {
   /// Reads from `file`; ends early once `stopFile` is readable. Both stay the caller's. `name` is for messages.
   LineReader(std::string name, int file, int stopFile, std::size_t maxLineBytes);
 
-  /// The next line without its end ("\n" or "\r\n"). A line of more than `maxLineBytes` is skipped and reported as
-  /// `tooLong`. Throws InputError.
-  Result next(std::string& line);
+  /// The next line without its end ("\n" or "\r\n"), which stays until the next call of any operation. A line of more
+  /// than `maxLineBytes` is skipped and reported as `tooLong`. Throws InputError.
+  Result next(std::string_view& line);
 
   /// Whether `next` would give a line without waiting. Throws InputError.
   bool isReady();

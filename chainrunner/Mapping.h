@@ -1,104 +1,52 @@
 #pragma once
 
-#include <cstdint>
+#include <functional>
 #include <map>
-#include <optional>
-#include <stdexcept>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <variant>
+#include <unordered_map>
 #include <vector>
 
-#include "chainrunner/payload_fields.h"
+#include "chainrunner/EventRules.h"
+#include "chainrunner/TypeMapping.h"
 #include "chainrunner/values.h"
 
 namespace chainrunner {
 
-/// Where a value goes in a message: a named place, or a whole part of the request.
-struct Target {
-  enum class Part {
-    metadata,  ///< metadata[name]
-    method,    ///< http.method
-    path,      ///< http.path
-    query,     ///< http.queryString[name], or all of it when the name is empty: then the value is a map
-    header,    ///< http.headers, likewise
-    cookie,    ///< http.cookies, likewise
-    payload    ///< the payload itself
-  };
-  Part part;
-  std::string name;
-
-  /// Reads "metadata.reqId", "query.pageSize", "header.X-Name", "cookie.name", "query", "headers", "cookies", "method",
-  /// "path" or "payload"; nothing for any other text.
-  static std::optional<Target> parse(std::string_view text);
-};
-
-/// What a payload field has to be, where it is there.
-enum class FieldKind { boolean, integer, string, object, list };
-
-/// Reads "boolean", "integer", "string", "object" or "list"; nothing for any other text. [any thread]
-std::optional<FieldKind> parseFieldKind(std::string_view text);
-
-/// How the events of one type become messages.
-struct EventRules {
-  using Constant = std::variant<bool, std::int64_t, double, std::string>;
-  struct Check {
-    FieldPath field;
-    FieldKind kind;
-  };
-  struct Move {
-    FieldPath field;
-    Target target;
-  };
-  struct Setting {
-    Target target;
-    Constant value;
-  };
-  struct Requirement {
-    Target target;
-    std::string name;  ///< for the message
-  };
-
-  std::string method, path;
-  std::string contentType;            ///< none when empty
-  std::vector<FieldPath> floats;      ///< integers there become doubles
-  std::vector<FieldPath> texts;       ///< then, integers and booleans there become their texts
-  std::vector<Check> kinds;           ///< then, fields there have to be of a kind
-  std::vector<Move> moves;            ///< payload fields that belong elsewhere; an absent field is skipped
-  bool isClosed = false;              ///< whether an event is refused for a payload field that is not moved
-  std::vector<Setting> settings;      ///< for what the event itself did not bring
-  std::vector<Requirement> required;  ///< places of metadata, or "path", without which an event is refused
-};
-
-/// An event that can't be mapped; `what()` is the reason.
-class MappingError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// The stage in front of the plug-in: turns an event as an application writes it into a message that the plug-in takes.
-/// All it knows of the event types comes from the chain file. Read-only once it is filled. [any thread]
+/// All it knows of the event types comes from the chain file. Holds blocks of the host. Read-only once it is filled.
+/// [any thread]
 class Mapping {
  public:
   /// Sets the rules of a type, known by its full name and by what follows the last dot; replaces earlier ones.
   void set(const std::string& fullName, EventRules rules);
 
   /// The full name of a type given by either name, or null.
-  const std::string* find(const std::string& name) const;
+  const std::string* find(std::string_view name) const;
 
   /// The rules of a type given by either name, or null.
-  const EventRules* rulesOf(const std::string& name) const;
+  const EventRules* rulesOf(std::string_view name) const;
 
   /// The full names of all types, in byte order.
   std::vector<std::string> types() const;
 
+  /// The mapping of a type given by either name. Throws MappingError for an unknown one.
+  const TypeMapping& of(std::string_view name) const;
+
   /// The message of an event: "qel.type" and "http", the contents of `metadata` on top of what the payload's fields
   /// give, and the payload. Throws MappingError for an unknown type and when `metadata` or a field doesn't fit.
-  Message toMessage(const std::string& type, data_t payload, map_t metadata) const;
+  Message toMessage(std::string_view type, data_t payload, map_t metadata) const;
 
  private:
-  std::map<std::string, EventRules, std::less<>> rulesByName;
-  std::map<std::string, std::string, std::less<>> fullNames;
+  struct Hash : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+
+  const TypeMapping* lookUp(std::string_view name) const;
+
+  std::map<std::string, std::unique_ptr<const TypeMapping>> typesByFullName;
+  std::unordered_map<std::string, const TypeMapping*, Hash, std::equal_to<>> typesByName;
 };
 
 }  // namespace chainrunner

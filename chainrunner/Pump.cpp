@@ -28,7 +28,7 @@ bool Pump::step() {
 bool Pump::take(SourceStep step) {
   switch (step.kind) {
     case SourceStep::Kind::event:
-      record.countEventIn(step.type);
+      record.countEventIn(*step.type);
       batch.push_back(std::move(step.message));
       return true;
     case SourceStep::Kind::wait:

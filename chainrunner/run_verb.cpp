@@ -206,8 +206,9 @@ ExitCode run(const RunOptions& options, Console& console) {
   EventSource source(inputName, LineReader(inputName, input.number, interruption.file(), chain.source.maxLineBytes),
                      chain.mapping, chain.source);
   auto [report, readFailure, writeError] = play(*library, chain, credentials, source, console, interruption);
-  // What the plug-in keeps for the life of the process goes with its library.
+  // What the plug-in keeps for the life of the process goes with its library; the mapping's keys are blocks too.
   library.reset();
+  chain.mapping = {};
   if (devhost::ledgerLevel() != devhost::LedgerLevel::none) report.liveBlocks = devhost::liveBlocks().total();
   if (!options.quiet) std::fputs(report.table().c_str(), stderr);
   if (!options.jsonReport.empty()) writeReport(report, options.jsonReport);

@@ -4,12 +4,14 @@
 #include "connectivity/Message.h"
 #include "connectivity/conversion.h"
 #include "connectivity/data_t.h"
+#include "connectivity/hashed_key.h"
 #include "connectivity/list_t.h"
 #include "connectivity/map_t.h"
 
 namespace chainrunner {
 
 using com::tallowmere::connectivity10_15_4::data_t;
+using com::tallowmere::connectivity10_15_4::hashed_key;
 using com::tallowmere::connectivity10_15_4::HOST_MESSAGE_CHANNEL;
 using com::tallowmere::connectivity10_15_4::HOST_MESSAGE_TYPE;
 using com::tallowmere::connectivity10_15_4::list_t;

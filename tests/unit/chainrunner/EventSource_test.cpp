@@ -12,6 +12,8 @@
 namespace chainrunner {
 namespace {
 
+using Steps = std::vector<std::string>;
+
 /// Two ends of a pipe.
 struct Pipe {
   Pipe() { EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0); }
@@ -61,11 +63,19 @@ class EventSourceTest : public testing::Test {
   Pipe input, stop;
 };
 
-using Steps = std::vector<std::string>;
-
 TEST_F(EventSourceTest, ReadsEventsLineByLine) {
   EXPECT_EQ(stepsOf("{\"type\":\"Alarm\",\"payload\":{\"a\":1}}\r\n{\"type\":\"Event\",\"payload\":{\"b\":2}}"),
             (Steps{R"({"a":1})", R"({"b":2})"}));
+}
+
+TEST_F(EventSourceTest, ReadsMoreLinesThanItHoldsAtOnce) {
+  std::string text;
+  Steps expected;
+  for (int n = 0; n < 4000; ++n) {
+    text += R"({"type":"Alarm","payload":{"number":)" + std::to_string(n) + "}}\n";
+    expected.push_back("{\"number\":" + std::to_string(n) + "}");
+  }
+  EXPECT_EQ(stepsOf(text), expected);
 }
 
 TEST_F(EventSourceTest, SkipsEmptyLinesCommentsAndAByteOrderMark) {
@@ -78,7 +88,7 @@ TEST_F(EventSourceTest, UnderstandsWait) {
 
 TEST_F(EventSourceTest, NamesTheFullType) {
   input.write("{\"type\":\"Alarm\"}\n");
-  EXPECT_EQ(source().next().type, "com.kelvo.marlovance.Alarm");
+  EXPECT_EQ(*source().next().type, "com.kelvo.marlovance.Alarm");
 }
 
 TEST_F(EventSourceTest, LosesOnlyTheBadLines) {

@@ -302,6 +302,36 @@ events:
                        "payload": {"f": 1.0, "g": 2.0}})"));
 }
 
+TEST(MappingTest, MakesMessagesThatShareNothing) {
+  const Mapping mapping = queryMapping("    contentType: text/x\n    move: {p: query.p}\n");
+  const std::string first = mapped(mapping, "Query", R"({"p": 1})");
+  EXPECT_EQ(first, sorted(R"({"metadata": {"qel.type": "x.Query", "contentType": "text/x",
+                                           "http": {"method": "GET", "path": "/things", "queryString": {"p": 1}}},
+                              "payload": {}})"));
+  EXPECT_EQ(mapped(mapping, "Query", "{}"), sorted(R"({"metadata": {"qel.type": "x.Query", "contentType": "text/x",
+                                                        "http": {"method": "GET", "path": "/things"}},
+                                                       "payload": {}})"));
+  EXPECT_EQ(mapped(mapping, "Query", R"({"p": 1})"), first);
+}
+
+TEST(MappingTest, TakesOneFieldOfManyParentsFromAllOfThem) {
+  const Mapping mapping = queryMapping("    move: {'list/*/x': metadata.x}\n");
+  EXPECT_EQ(mapped(mapping, "Query", R"({"list": [{"x": 1, "y": 2}, 3, {"x": 4}, {}]})"),
+            sorted(R"({"metadata": {"qel.type": "x.Query", "x": 4, "http": {"method": "GET", "path": "/things"}},
+                       "payload": {"list": [{"y": 2}, 3, {}, {}]}})"));
+}
+
+TEST(MappingTest, KnowsNewRulesByBothNames) {
+  EventRules rules;
+  Mapping mapping;
+  for (const char* path : {"/old", "/new"}) {
+    rules.path = path;
+    mapping.set("x.A", rules);
+  }
+  for (const char* name : {"A", "x.A"}) EXPECT_EQ(mapping.rulesOf(name)->path, "/new") << name;
+  EXPECT_EQ(mapping.types(), std::vector<std::string>{"x.A"});
+}
+
 TEST(MappingTest, MovesThePayloadAwayLast) {
   const Mapping mapping = queryMapping("    move: {body: payload, where: path}\n");
   EXPECT_EQ(mapped(mapping, "Query", R"({"body": {"where": "/inner"}, "where": "/outer"})"),
