@@ -130,6 +130,12 @@ TEST_F(FragmentTest, MayNotBeUpdatedSilently) {
       << "this comes before the names";
 }
 
+TEST_F(FragmentTest, IsRefusedForItsTimeBeforeItsUpdate) {
+  EXPECT_EQ(refusalOf(fragment(R"({"id": "5", "time": 5})")),
+            "Failed to parse 'time' query param with type integer and value 5. Query param should be given in seconds "
+            "since epoch.");
+}
+
 TEST_F(FragmentTest, MayBeUpdatedWhenTheAnswerIsAwaited) {
   send(awaited(R"({"id": "5", "valueFragment": "f", "valueSeries": "s", "value": 1})"));
   const Received request = takeRequest();

@@ -184,8 +184,16 @@ INSTANTIATE_TEST_SUITE_P(
     NameOfCase());
 
 TEST_F(MeasurementTest, MayNotBeUpdatedSilently) {
-  const std::string text = refusalOf(measurement(R"({"id": "5"})"));
-  EXPECT_TRUE(text.ends_with("] as update is not allowed")) << text;
+  for (const char* payload : {R"({"id": "5"})", R"({"id": "5", "measurements": 5})"}) {
+    const std::string text = refusalOf(measurement(payload));
+    EXPECT_TRUE(text.ends_with("] as update is not allowed")) << text;
+  }
+}
+
+TEST_F(MeasurementTest, IsRefusedForItsTimeBeforeItsUpdate) {
+  EXPECT_EQ(refusalOf(measurement(R"({"id": "5", "time": 5})")),
+            "Failed to parse 'time' query param with type integer and value 5. Query param should be given in seconds "
+            "since epoch.");
 }
 
 TEST_F(MeasurementTest, MayBeUpdatedWhenTheAnswerIsAwaited) {
@@ -198,6 +206,19 @@ TEST_F(MeasurementTest, MayBeUpdatedWhenTheAnswerIsAwaited) {
 
 TEST_F(MeasurementTest, IsRefusedWithoutAPath) {
   EXPECT_TRUE(refusalOf(measurement("{}").without("http")).ends_with("] as metadata does not have an HTTP mapping"));
+}
+
+TEST_F(MeasurementTest, KeepsItsHeadersUnreadUnlessItsAnswerIsAwaited) {
+  send(measurement(R"({"n": 1})").http("headers", "5"));
+  EXPECT_EQ(takeRequest().payload(), json(R"({"measurements": [{"n": 1}]})"));
+  EXPECT_EQ(refusalOf(awaited(R"({"n": 1})").http("headers", "5")),
+            "Incorrect type in get (you asked for map but it's actually integer)");
+}
+
+TEST_F(MeasurementTest, IsCountedThoughItsBodyIsRefusedWhenItsAnswerIsAwaited) {
+  refusalOf(awaited(R"({"measurements": 5})"));
+  send(awaited("{}"));
+  EXPECT_EQ(textOf(takeRequest().document.at("metadata").at("metrics").at("requestNo")), "1");
 }
 
 TEST_F(MeasurementTest, IsNotCountedWhenItIsRefused) {
