@@ -240,8 +240,8 @@ INSTANTIATE_TEST_SUITE_P(Values, GenericBodyTest,
 
 TEST_F(GenericTest, ClosesAMapOfNoKnownKindWithoutAResponse) {
   send(generic());
-  EXPECT_EQ(thrownBy([&] { respond(response(0).payload(R"({"id": "1"})")); }), "Element not in map");
-  EXPECT_EQ(jsons(takeHostEvents()), Texts{complete(false, 200, "")});
+  EXPECT_EQ(thrownBy([&] { respond(response(0).status(203).payload(R"({"id": "1"})")); }), "Element not in map");
+  EXPECT_EQ(jsons(takeHostEvents()), Texts{complete(false, 203, "")});
 }
 
 // ---------------------------------------------------------------------------------------- errors
@@ -320,6 +320,14 @@ TEST_F(GenericTest, ClosesARefusalOfNoKnownShapeAsAnErrorWithoutDetails) {
   EXPECT_EQ(thrownBy([&] { respond(answer(0, errorMedia, R"("text")").status(404)); }),
             "Incorrect type in get (you asked for map but it's actually string)");
   EXPECT_EQ(jsons(takeHostEvents()), Texts{complete(true, 404, "")});
+}
+
+// The line on the refusal needs the request's method; the closing event has its text by then.
+TEST_F(GenericTest, ClosesARefusalThatCannotBeLoggedWithItsTextAlone) {
+  send(event("/some/things").http("queryString", "{}").metadata("isPaging", "false").reqId(7));
+  EXPECT_EQ(thrownBy([&] { respond(answer(0, errorMedia, R"({"message": "gone"})").status(404)); }),
+            "Element not in map");
+  EXPECT_EQ(jsons(takeHostEvents()), Texts{complete(true, 404, "gone")});
 }
 
 TEST_F(GenericTest, KeepsRefusalsOutOfALogOfManyTenants) {
