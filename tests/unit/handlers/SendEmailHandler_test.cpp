@@ -166,6 +166,20 @@ INSTANTIATE_TEST_SUITE_P(
                     ErrorBody{"Boolean", "true", R"({"message": "An error occurred in email handling"})"}),
     NameOfCase());
 
+// The line on the failure needs the request's method, and comes first.
+TEST_F(EmailTest, IsNotToldToHaveFailedWhenThatCannotBeLogged) {
+  send(event("/email/emails").payload(R"({"to": ["a"]})"));
+  EXPECT_EQ(thrownBy([&] { respond(delivered().status(500)); }), "Element not in map");
+  EXPECT_EQ(takeHostEvents().size(), 0u);
+}
+
+TEST_F(EmailTest, IsToldToHaveFailedWhereNothingIsLogged) {
+  configure(R"({"isMultitenantIsolation": true})");
+  send(event("/email/emails").payload(R"({"to": ["a"]})"));
+  respond(delivered().status(500));
+  EXPECT_EQ(types(takeHostEvents()), Texts{"com.kelvo.marlovance.Error"});
+}
+
 TEST_F(EmailTest, SharesOneOrderingKeyAndIsNotBatchable) {
   const Message request = messageFrom(email("{}"));
   EXPECT_EQ(toJson(handler->getConcurrencyKey(request)), R"("")");
@@ -177,6 +191,11 @@ TEST_F(EmailTest, FailsByItsStatusAlone) {
       handler->isErrorResponse(messageFrom(delivered().contentType("application/vnd.com.rdx.marlovance.error+json"))));
   EXPECT_FALSE(handler->isErrorResponse(messageFrom(delivered().without("contentType"))));
   EXPECT_TRUE(handler->isErrorResponse(messageFrom(delivered().status(404))));
+}
+
+TEST_F(EmailTest, CannotTellAnOutcomeWithoutAStatus) {
+  for (const char* metadata : {"{}", R"({"http": {}})", R"({"contentType": "a", "http": {"statusReason": "OK"}})"})
+    EXPECT_EQ(thrownBy([&] { handler->isErrorResponse(messageFromJson(metadata, "{}")); }), "Element not in map");
 }
 
 }  // namespace

@@ -167,6 +167,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Gap{"ResponseWithStatusOfAWrongType", R"({"http": {"statusCode": "404"}})", goodRequest,
                         "Incorrect type in get (you asked for integer but it's actually string)"},
                     Gap{"RequestWithoutHttp", goodResponse, "{}", "Element not in map"},
+                    Gap{"RequestWithHttpOfAWrongType", goodResponse, R"({"http": "x"})",
+                        "Incorrect type in get (you asked for map but it's actually string)"},
                     Gap{"RequestWithoutMethod", goodResponse, R"({"http": {"path": "/p"}})", "Element not in map"},
                     Gap{"RequestWithMethodOfAWrongType", goodResponse, R"({"http": {"method": 1, "path": "/p"}})",
                         "Incorrect type in get (you asked for string but it's actually integer)"},
