@@ -11,7 +11,9 @@ map_t measurementParser(map_t&& document, Time& time, const DataConstants& const
 
 /// Flattens the first series of the first fragment as well: "valueFragment", "valueSeries", "value", "unit", and
 /// "params" for the rest of the series. Fields of the document win. All other fragments and series are dropped;
-/// "measurements" stays, empty. Throws std::runtime_error when the fragment's first entry is no map. [response thread]
+/// "measurements" stays, empty. Throws std::runtime_error when "measurements" of the document, its first fragment or
+/// that one's first series is no map: "Get from empty" for an empty value, otherwise "Incorrect type in get (you asked
+/// for map but it's actually TYPE)". [response thread]
 map_t measurementFragmentParser(map_t&& document, Time& time, const DataConstants& constants);
 
 }  // namespace com::tallowmere::connectivity::plugins

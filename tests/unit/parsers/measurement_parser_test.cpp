@@ -69,10 +69,12 @@ TEST_F(MeasurementParserTest, ReadsADocumentWithoutABlock) {
 
 // The host may copy a borrowed key as an owned one, which is another key.
 TEST_F(MeasurementParserTest, LeavesNothingOfAFragmentUnderABorrowedKey) {
-  for (const bool owned : {false, true}) {
+  for (const auto& [owned, fragments] :
+       {std::pair{true, R"({"f": {"s": {"value": 1}}})"},
+        std::pair{false, R"({"$entries": [[{"$borrowed": "f"}, {"s": {"value": 1}}]]})"}}) {
     TestHost::copyBorrowedStringsAsOwned(owned);
-    const std::string left = parsed(R"({"$entries": [[{"$borrowed": "f"}, {"s": {"value": 1}}], ["id", "1"]]})");
-    EXPECT_EQ(left.find("null"), std::string::npos) << left;
+    EXPECT_EQ(parsed(R"({"$entries": [[{"$borrowed": "f"}, {"s": {"value": 1}}], ["id", "1"]]})"),
+              json(R"({"id": "1", "measurements": )" + std::string(fragments) + "}"));
   }
 }
 
@@ -132,6 +134,12 @@ TEST_F(MeasurementFragmentParserTest, KeepsFieldsOfTheDocumentOverThoseOfTheSeri
   EXPECT_EQ(parsed(R"({"unit": "K", "value": 7, "params": "own", "valueFragment": 1, "valueSeries": 2,
                        "f": {"s": {"value": 1, "unit": "C", "min": 0}}})"),
             json(R"({"unit": "K", "value": 7, "params": "own", "valueFragment": 1, "valueSeries": 2,
+                     "measurements": {}})"));
+}
+
+TEST_F(MeasurementFragmentParserTest, DropsAValueThatTheDocumentHidesRatherThanKeepItAsAParameter) {
+  EXPECT_EQ(parsed(R"({"value": 7, "f": {"s": {"value": 1, "unit": "C"}}})"),
+            json(R"({"value": 7, "unit": "C", "params": {}, "valueFragment": "f", "valueSeries": "s",
                      "measurements": {}})"));
 }
 
