@@ -1,5 +1,7 @@
 #include "handlers/SendSMSHandler.h"
 
+#include <optional>
+
 #include "codec/BatchSender.h"
 #include "codec/RequestMetrics.h"
 #include "codec/exceptions.h"
@@ -37,30 +39,34 @@ void SendSMSHandler::handleRequest(Message& event, BatchSender& batch) {
   body.insert(constants.outboundSMSMessageRequest, std::move(payload));
   Message message(std::move(body), std::move(event.getMetadataMap()));
   const std::uint64_t requestNo = metrics.startRequest(message);
-  std::vector<Message> requests;
-  for (const data_t& address : addresses) requests.push_back(makeRequest(message, address));
   {
     // Before the first request goes out, so that a fast answer finds it.
     MutexLock lock(pendingLock);
-    pendingAddresses[requestNo] = requests.size();
+    pendingAddresses[requestNo] = addresses.size();
   }
-  sendAll(requests, requestNo, batch);
+  sendToEach(addresses, message, requestNo, batch);
 }
 
-void SendSMSHandler::sendAll(std::vector<Message>& requests, std::uint64_t requestNo, BatchSender& batch) {
-  std::uint64_t unsent = requests.size();
-  for (Message& request : requests) {
+void SendSMSHandler::sendToEach(const list_t& addresses, const Message& message, std::uint64_t requestNo,
+                                BatchSender& batch) {
+  std::uint64_t unsent = addresses.size();
+  for (const data_t& address : addresses) {
+    std::optional<Message> request;
     try {
-      batch.addMessage(request, *this);
+      request = makeRequest(message, address);
+      batch.addMessage(*request, *this);
       --unsent;
     } catch (...) {
-      // A request whose hand-over failed is recorded, and finishes like any other.
-      const map_t& metadata = request.getMetadataMap();
-      const bool isRecorded = metadata.empty() || metadata.contains(constants.requestId);
-      reducePending(requestNo, isRecorded ? unsent - 1 : unsent);
+      reducePending(requestNo, request && isRecorded(*request) ? unsent - 1 : unsent);
       throw;
     }
   }
+}
+
+// A request whose hand-over failed is recorded, and finishes like any other.
+bool SendSMSHandler::isRecorded(const Message& request) const {
+  const map_t& metadata = request.getMetadataMap();
+  return metadata.empty() || metadata.contains(constants.requestId);
 }
 
 Message SendSMSHandler::makeRequest(const Message& message, const data_t& address) const {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <unordered_map>
-#include <vector>
 
 #include "connectivity/thread_annotations.h"
 #include "handlers/MessagingHandler.h"
@@ -26,8 +25,9 @@ class SendSMSHandler final : public MessagingHandler {
   void finishedHandling(Message& request) override;
 
  private:
-  void sendAll(std::vector<Message>& requests, std::uint64_t requestNo, BatchSender& batch);
+  void sendToEach(const list_t& addresses, const Message& message, std::uint64_t requestNo, BatchSender& batch);
   Message makeRequest(const Message& message, const data_t& address) const;
+  bool isRecorded(const Message& request) const;
   void reducePending(std::uint64_t requestNo, std::uint64_t unsent) EXCLUDES(pendingLock);
 
   Mutex pendingLock;
