@@ -12,10 +12,15 @@ list_t::list_t(std::initializer_list<data_t> values) : list_t() {
 
 void list_t::push_back(data_t&& value) {
   data_t held(std::move(value));  // it may be an element of this list
-  if (!block)
-    block = qel_allocate_vector(2);
-  else if (block->count == block->capacity)
-    block = qel_reallocate_vector(block, std::max<std::uint64_t>(2, block->capacity * 2));
+  try {
+    if (!block)
+      block = qel_allocate_vector(2);
+    else if (block->count == block->capacity)
+      block = qel_reallocate_vector(block, std::max<std::uint64_t>(2, block->capacity * 2));
+  } catch (...) {
+    value.swap(held);
+    throw;
+  }
   data_t* place = new (elements() + block->count) data_t();
   ++block->count;
   place->swap(held);

@@ -37,34 +37,39 @@ void append(std::string& out, const data_t& value);
 void append(std::string& out, const list_t& list) {
   out += '[';
   const char* separator = "";
+  const std::uint64_t size = list.size();
   for (const data_t& element : list) {
     out += separator;
     append(out, element);
     separator = ",";
   }
+  if (list.size() != size) reportInvalidListIterator();
   out += ']';
 }
 
-// Walks the slots as an iterator does, with one test between two entries: the host may be asked for a number's text,
-// and what it does to the map meanwhile must show.
+// Walks the slots as an iterator does, with a test behind whatever may have asked the host for a text: what that does
+// to the map must show.
 void appendEntries(std::string& out, const map_t& map) {
   if (map.empty()) return;
   const map_header* const header = map.header();
   const std::uint64_t capacity = header->capacity;
   const std::uint64_t count = header->count;
+  const auto goesOn = [&] {
+    const bool hasItsSlots = map.header() == header && header->capacity == capacity;
+    if (!hasItsSlots || header->count != count) [[unlikely]]
+      reportInvalidMapIterator();
+    return hasItsSlots;
+  };
   const auto* slot = reinterpret_cast<const map_slot*>(header + 1);
   const map_slot* const end = slot + capacity;
   for (std::uint64_t left = count; slot != end; ++slot) {
     if (!isOccupied(*slot)) continue;
     append(out, reinterpret_cast<const data_t&>(slot->key));
+    if (slot->key.tag != QEL_STRING && !goesOn()) return;
     out += ':';
     append(out, reinterpret_cast<const data_t&>(slot->value));
-    if (--left == 0) return;
+    if (!goesOn() || --left == 0) return;
     out += ',';
-    const bool hasItsSlots = map.header() == header && header->capacity == capacity;
-    if (hasItsSlots && header->count == count) continue;
-    reportInvalidMapIterator();
-    if (!hasItsSlots) return;
   }
 }
 

@@ -11,8 +11,16 @@ namespace devhost {
 
 constinit ChunkPool ChunkPool::pool;
 
-Chunk* ChunkPool::takeChunk(std::size_t sizeClass) {
+/// The owner changes with the mutex held: the heap that had the chunk may be another thread's the moment after, and takes
+/// back no more blocks of it then.
+Chunk* ChunkPool::takeChunk(std::size_t sizeClass, ThreadHeap& owner) {
   std::lock_guard lock(mutex);
+  Chunk* chunk = findChunk(sizeClass);
+  if (chunk != nullptr) chunk->owner.store(&owner, std::memory_order_relaxed);
+  return chunk;
+}
+
+Chunk* ChunkPool::findChunk(std::size_t sizeClass) {
   for (ThreadHeap* heap = parked; heap != nullptr; heap = heap->nextParked) {
     heap->collect();
     addSparesOf(*heap);

@@ -14,9 +14,9 @@ class ChunkPool {
   /// The one pool. It is never destroyed: plug-ins free their constants while the process ends. [any thread]
   static ChunkPool& instance() { return pool; }
 
-  /// A chunk for blocks of the class: one that is parked and has such blocks free, a spare one, or one never used. Null
-  /// when there is none. [any thread, locks mutex]
-  Chunk* takeChunk(std::size_t sizeClass);
+  /// A chunk for blocks of the class, from now on of `owner`: one that is parked and has such blocks free, a spare one,
+  /// or one never used. Null when there is none. [any thread, locks mutex]
+  Chunk* takeChunk(std::size_t sizeClass, ThreadHeap& owner);
 
   /// Takes a spare chunk. [any thread, locks mutex]
   void put(Chunk& chunk);
@@ -34,6 +34,7 @@ class ChunkPool {
   constexpr ChunkPool() = default;
 
   // With the mutex held.
+  Chunk* findChunk(std::size_t sizeClass);
   void add(Chunk& chunk);
   void addSparesOf(ThreadHeap& heap);
 

@@ -26,12 +26,11 @@ bool ThreadHeap::renew(std::size_t sizeClass) {
   if (current[sizeClass] != &noChunk) setFull(*std::exchange(current[sizeClass], &noChunk));
   Chunk* chunk = surrender(sizeClass);
   if (chunk == nullptr) chunk = surrenderSpare();
-  if (chunk == nullptr) chunk = ChunkPool::instance().takeChunk(sizeClass);
+  if (chunk == nullptr) chunk = ChunkPool::instance().takeChunk(sizeClass, *this);
   if (chunk == nullptr) return false;
   if (chunk->blockSize == 0) chunk->serve(sizeClass);
   if (chunk->freeBlocks == nullptr) carve(*chunk);
   chunk->noticeAt = Chunk::never;
-  chunk->owner.store(this, std::memory_order_relaxed);
   current[sizeClass] = chunk;
   return true;
 }
