@@ -61,10 +61,6 @@ Interruption::~Interruption() {
   pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-bool Interruption::happened() const {
-  return isReadable(interruptedFile, 0);
-}
-
 void Interruption::wait() const {
   isReadable(interruptedFile, -1);
 }
@@ -76,6 +72,7 @@ void Interruption::atEndOfPatience(std::function<void()> newAct) {
 
 void Interruption::run() {
   if (!awaitSignal(std::chrono::milliseconds(-1))) return;
+  hasHappened.store(true, std::memory_order_relaxed);
   setEvent(interruptedFile);
   awaitSignal(grace);
   const MutexLock lock(mutex);

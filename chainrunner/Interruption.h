@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <thread>
@@ -24,7 +25,7 @@ class Interruption {
   int file() const { return interruptedFile; }
 
   /// Whether there was a signal. [any thread]
-  bool happened() const;
+  bool happened() const { return hasHappened.load(std::memory_order_relaxed); }
 
   /// Waits for the first signal. [any thread]
   void wait() const;
@@ -41,6 +42,7 @@ class Interruption {
   int signalFile, interruptedFile, stopFile;
   com::tallowmere::connectivity10_15_4::Mutex mutex;
   std::function<void()> act GUARDED_BY(mutex);
+  std::atomic<bool> hasHappened{false};  ///< spares who asks for each event a call of the system
   std::thread thread;
 };
 
