@@ -26,15 +26,15 @@ bool FaultPlan::Rule::due() {
   return drawn && (fault.times == 0 || state.hits < fault.times);
 }
 
-const Fault* FaultPlan::next(const std::string& method, const std::string& path) {
+std::optional<Fault> FaultPlan::next(const std::string& method, const std::string& path) {
   Rule* acting = nullptr;
   for (Rule& rule : rules) {
     if (!matches(rule.state.fault, method, path)) continue;
     if (rule.due() && acting == nullptr) acting = &rule;
   }
-  if (acting == nullptr) return nullptr;
+  if (acting == nullptr) return std::nullopt;
   ++acting->state.hits;
-  return &acting->state.fault;
+  return acting->state.fault;
 }
 
 std::vector<FaultState> FaultPlan::states() const {

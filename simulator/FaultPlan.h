@@ -24,7 +24,7 @@ struct Fault {
 
   // What a request that is hit gets. The parts combine: a delayed 503 in dribbles is one rule.
   int status = 0;                          ///< this answer in place of the platform's; 0 leaves the platform's own
-  std::string body{};                      ///< of that answer; empty gives an error document
+  std::string body{};                      ///< of that answer; empty gives an error document, but 204 and 304 have none
   std::string contentType = "text/plain";  ///< of `body`
   std::chrono::milliseconds delay{0};      ///< before the answer; the request itself takes effect at once
   std::optional<std::chrono::milliseconds> dribble{};  ///< the answer comes byte by byte, with this pause between two
@@ -53,8 +53,8 @@ class FaultPlan {
   void add(const Fault& fault);
   void clear() { rules.clear(); }
 
-  /// Counts a request and gives the rule that hits it, or null. The rule is valid until the plan changes.
-  const Fault* next(const std::string& method, const std::string& path);
+  /// Counts a request and gives the rule that hits it, if there is one.
+  std::optional<Fault> next(const std::string& method, const std::string& path);
 
   std::vector<FaultState> states() const;
 

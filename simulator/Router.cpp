@@ -58,6 +58,7 @@ std::string basicAuthorization(const std::string& username, const std::string& p
 }
 
 void splitTarget(Request& request) {
+  request.path = request.target.substr(0, request.target.find('?'));
   boost::urls::result<boost::urls::url_view> url = boost::urls::parse_origin_form(request.target);
   if (!url) url = boost::urls::parse_uri(request.target);
   if (!url) throw RequestError(400, "the request target is no URL: " + quoted(request.target));

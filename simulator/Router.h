@@ -35,7 +35,8 @@ class Router {
 std::string basicAuthorization(const std::string& username, const std::string& password);
 
 /// Fills `path`, `segments` and `queries` of a request from its target, which loses scheme and host if it has them.
-/// Throws `RequestError` 400 when the target is no URL. [any thread]
+/// Throws `RequestError` 400 when the target is no URL, and leaves it as it is; `path` is then what stands before its
+/// question mark. [any thread]
 void splitTarget(Request& request);
 
 }  // namespace simulator

@@ -50,7 +50,22 @@ std::vector<std::string> texts(std::vector<StoredDocument> documents) {
   return texts;
 }
 
+/// Splits the target of a request; the refusal if it is no URL.
+std::optional<Answer> split(Request& request) {
+  try {
+    splitTarget(request);
+    return std::nullopt;
+  } catch (const RequestError& refusal) {
+    return errorAnswer(refusal);
+  }
+}
+
 Answer answerOf(const Fault& fault) {
+  if (!mayHaveBody(fault.status)) {
+    Answer empty;
+    empty.status = fault.status;
+    return empty;
+  }
   if (fault.body.empty()) return errorAnswer(fault.status, "the fault plan answers with this status");
   Answer answer;
   answer.status = fault.status;
@@ -106,18 +121,18 @@ class Simulator::Impl final : public RequestHandler {
 
 Reply Simulator::Impl::handle(Request&& request) {
   MutexLock lock(mutex);
-  const std::string path = request.target.substr(0, request.target.find('?'));
-  const bool isAdmin = path.starts_with("/admin/");
-  const Fault* fault = isAdmin ? nullptr : faults.next(request.method, path);
+  const std::optional<Answer> refusal = split(request);
+  const bool isAdmin = !request.segments.empty() && request.segments.front() == "admin";
+  const std::optional<Fault> fault = isAdmin ? std::nullopt : faults.next(request.method, request.path);
   Reply reply;
-  if (fault == nullptr || takesEffect(*fault)) reply.answer = platformAnswer(request);
-  if (fault != nullptr) {
+  if (!fault || takesEffect(*fault)) reply.answer = refusal ? *refusal : platformAnswer(request);
+  if (fault) {
     reply.delivery = {fault->ending, fault->delay, fault->dribble};
     if (fault->status != 0) reply.answer = answerOf(*fault);
   }
   const bool sent = isSent(reply.delivery.ending);
   if (sent) ++served;
-  if (!isAdmin) journal.add(clock(), std::move(request), sent ? reply.answer.status : 0, fault != nullptr);
+  if (!isAdmin) journal.add(clock(), std::move(request), sent ? reply.answer.status : 0, fault.has_value());
   return reply;
 }
 
@@ -125,7 +140,6 @@ Answer Simulator::Impl::platformAnswer(Request& request) {
   const std::string method = request.method;
   Answer answer;
   try {
-    splitTarget(request);
     if (method == "HEAD") request.method = "GET";
     Transaction transaction = store.begin();
     answer = router.answer(request);

@@ -89,6 +89,10 @@ void readField(Fault& fault, std::string_view name, const json::value& value) {
 Fault readFault(const json::object& object) {
   Fault fault;
   for (const auto& [name, value] : object) readField(fault, name, value);
+  if (!mayHaveBody(fault.status) && !fault.body.empty()) {
+    throw RequestError(
+        422, "\"body\" can't go with the status " + std::to_string(fault.status) + ", whose answers have none");
+  }
   return fault;
 }
 

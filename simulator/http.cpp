@@ -11,4 +11,8 @@ std::string_view Request::header(std::string_view name) const {
   return {};
 }
 
+bool mayHaveBody(int status) {
+  return status != 204 && status != 304;
+}
+
 }  // namespace simulator

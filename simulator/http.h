@@ -35,6 +35,9 @@ struct Answer {
   std::vector<Header> headers;  ///< further ones
 };
 
+/// Whether answers of this status have a body: 204 and 304 have none. [any thread]
+bool mayHaveBody(int status);
+
 /// How an answer reaches the client, or fails to.
 enum class Ending {
   Whole,

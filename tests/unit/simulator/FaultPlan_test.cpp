@@ -10,8 +10,8 @@ std::string hits(FaultPlan& plan, int calls, const std::string& method = "GET",
                  const std::string& path = "/alarm/alarms") {
   std::string pattern;
   for (int call = 0; call < calls; ++call) {
-    const Fault* fault = plan.next(method, path);
-    pattern += fault == nullptr ? '-' : static_cast<char>('0' + fault->status / 100);
+    const std::optional<Fault> fault = plan.next(method, path);
+    pattern += fault ? static_cast<char>('0' + fault->status / 100) : '-';
   }
   return pattern;
 }

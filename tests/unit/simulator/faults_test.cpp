@@ -38,6 +38,21 @@ TEST_F(FaultsTest, BodyMayBePlainText) {
   EXPECT_EQ(answer.body, "Bad gateway");
 }
 
+TEST_F(FaultsTest, StatusWithoutABodyComesAlone) {
+  for (const int status : {204, 304}) {
+    platform.addFault({.status = status});
+    const Received answer = client.get("/alarm/alarms");
+    EXPECT_EQ(answer.status, status);
+    EXPECT_EQ(answer.contentType, "");
+    EXPECT_EQ(answer.body, "");
+  }
+}
+
+TEST_F(FaultsTest, BodyIsLeftOutWhereItsStatusHasNone) {
+  platform.addFault({.status = 204, .body = "busy"});
+  EXPECT_EQ(client.get("/alarm/alarms").body, "");
+}
+
 TEST_F(FaultsTest, RequestMayTakeEffectAlthoughItsAnswerIsLost) {
   platform.addFault({.status = 504, .takesEffect = true});
   EXPECT_EQ(client.post("/registry/managed-objects", "{}").status, 504);
@@ -119,6 +134,25 @@ TEST_F(FaultsTest, AdminRoutesAreNeverHit) {
   EXPECT_EQ(client.get("/admin/faults").status, 200);
   EXPECT_EQ(client.request("DELETE", "/admin/faults").status, 204);
   EXPECT_EQ(client.get("/alarm/alarms").status, 200);
+}
+
+TEST_F(FaultsTest, AdminRoutesAreNeverHitHoweverTheyAreWritten) {
+  for (const std::string target : {"/%61dmin/faults", "http://platform/admin/faults"}) {
+    platform.addFault({.times = 0, .status = 503, .ending = Ending::Truncated});
+    EXPECT_EQ(client.request("DELETE", target).status, 204) << target;
+    EXPECT_TRUE(platform.faults().empty()) << target;
+  }
+}
+
+TEST_F(FaultsTest, PathOfARuleIsComparedWithoutSchemeAndHost) {
+  platform.addFault({.path = "/alarm", .status = 503});
+  EXPECT_EQ(client.get("http://platform/alarm/alarms").status, 503);
+}
+
+TEST_F(FaultsTest, TargetThatIsNoUrlIsHitToo) {
+  platform.addFault({.path = "/alarm", .status = 503});
+  EXPECT_EQ(client.get("/alarm/%zz").status, 503);
+  expectError(client.get("/alarm/%zz"), 400, "badRequest", R"(the request target is no URL: "/alarm/%zz")");
 }
 
 }  // namespace
