@@ -1,5 +1,8 @@
 #include "simulator/Store.h"
 
+#include <charconv>
+
+#include "simulator/errors.h"
 #include "simulator/schema.h"
 
 namespace simulator {
@@ -9,6 +12,8 @@ namespace {
 /// By kind.
 constexpr std::array<const char*, kindCount> tables{"managed_objects", "alarms", "events", "operations",
                                                     "measurements",    "sms",    "emails"};
+
+constexpr std::int64_t lastId = 9'999'999;
 
 /// The last segment of a place, and what stands before it.
 std::pair<std::string, std::string> splitPlace(const std::string& place) {
@@ -43,7 +48,7 @@ Store::Store(const std::string& path)
                   {database, tables[5]},
                   {database, tables[6]}}},
       readNextId(database, "SELECT value FROM next_id"),
-      raiseNextId(database, "UPDATE next_id SET value = value + 1"),
+      setNextId(database, "UPDATE next_id SET value = ?1 WHERE value < ?1"),
       findActiveAlarm(database,
                       "SELECT id, document FROM alarms "
                       "WHERE source = ?1 AND type = ?2 AND status = 'ACTIVE' ORDER BY id LIMIT 1"),
@@ -68,9 +73,18 @@ Store::Store(const std::string& path)
 std::string Store::nextId() {
   Query query(readNextId);
   query.next();
-  std::string id = query.text(0);
-  Query(raiseNextId).run();
-  return id;
+  const std::int64_t id = query.integer(0);
+  if (id > lastId) throw RequestError(507, "all ids are given, the last one is " + std::to_string(lastId));
+  Query(setNextId, id + 1).run();
+  return std::to_string(id);
+}
+
+void Store::passOver(const std::string& id) {
+  std::int64_t number = 0;
+  const char* const end = id.data() + id.size();
+  const auto [stop, code] = std::from_chars(id.data(), end, number);
+  const bool isOurs = code == std::errc() && stop == end && number <= lastId && std::to_string(number) == id;
+  if (isOurs) Query(setNextId, number + 1).run();
 }
 
 void Store::insert(Kind kind, const std::string& id, const std::string& document) {

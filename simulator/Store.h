@@ -48,8 +48,11 @@ class Store {
   /// Everything that happens until its commit, or nothing of it.
   Transaction begin() { return Transaction(database); }
 
-  /// Gives each id once: decimal numbers from 2504001 on, over all kinds.
+  /// Gives each id once: decimal numbers from 2504001 to 9999999, over all kinds. All have seven digits, so that they
+  /// ascend as text too. Throws `RequestError` 507 "all ids are given, the last one is 9999999".
   std::string nextId();
+  /// Makes `nextId` go on above `id`, if that is a number that it would still have given.
+  void passOver(const std::string& id);
 
   void insert(Kind kind, const std::string& id, const std::string& document);
   void update(Kind kind, const std::string& id, const std::string& document);
@@ -104,8 +107,8 @@ class Store {
   Database database;
   TenantStore tenantStore;
   std::array<Statements, kindCount> statements;
-  Statement readNextId, raiseNextId, findActiveAlarm, insertChild, removeRelationsOf, findChildren, findParents,
-      pageSms, pageEmails, putService, removeService, findService, pageService, countService;
+  Statement readNextId, setNextId, findActiveAlarm, insertChild, removeRelationsOf, findChildren, findParents, pageSms,
+      pageEmails, putService, removeService, findService, pageService, countService;
 };
 
 }  // namespace simulator

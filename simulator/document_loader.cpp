@@ -51,6 +51,7 @@ void loadDocument(Store& store, Kind kind, const std::string& id, const json::ob
   if (store.contains(kind, id)) {
     store.update(kind, id, text);
   } else {
+    store.passOver(id);
     store.insert(kind, id, text);
   }
 }

@@ -31,6 +31,8 @@ std::string_view wordFor(int status) {
       return "headersTooLarge";
     case 503:
       return "serviceUnavailable";
+    case 507:
+      return "insufficientStorage";
     default:
       return status < 500 ? "badRequest" : "internalError";
   }

@@ -1,6 +1,6 @@
 -- One table for each kind of resource. A document is stored whole, as JSON text without its links; the columns behind it
 -- are read out of the document, so that they can be searched and indexed but never disagree with it. Ids are compared as
--- text, and are given in ascending order.
+-- text. Those that the store gives ascend as text too, since all have seven digits: from 2504001 to 9999999.
 
 -- With row ids, so that an index alone counts a walk's remainder: behind virtual columns of a table without them, SQLite
 -- reads each document for that.
@@ -79,8 +79,8 @@ CREATE INDEX active_alarms ON alarms (source, type) WHERE status = 'ACTIVE';
 CREATE TABLE children (
   number INTEGER PRIMARY KEY,
   relation INTEGER NOT NULL,
-  parent TEXT NOT NULL REFERENCES managed_objects (id),
-  child TEXT NOT NULL REFERENCES managed_objects (id),
+  parent TEXT NOT NULL,
+  child TEXT NOT NULL,
   UNIQUE (parent, relation, child)
 );
 CREATE INDEX children_by_child ON children (child);

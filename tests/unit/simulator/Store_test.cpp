@@ -43,6 +43,35 @@ TEST_F(StoreTest, IdsAscendFromTheFirstOverAllKinds) {
   EXPECT_EQ(store.nextId(), "2504002");
 }
 
+TEST_F(StoreTest, IdsGoOnAboveOneThatIsPassedOver) {
+  Store store(":memory:");
+  store.passOver("2504009");
+  store.passOver("2504003");
+  EXPECT_EQ(store.nextId(), "2504010");
+}
+
+TEST_F(StoreTest, PassesOverItsOwnIdsOnly) {
+  Store store(":memory:");
+  for (const char* other : {"7", "2504000", "02504009", "2504009a", "a2504009", "-2504009", "10000000", "pump-7", "",
+                            "99999999999999999999"})
+    store.passOver(other);
+  EXPECT_EQ(store.nextId(), "2504001");
+}
+
+TEST_F(StoreTest, IdsEndBeforeTheyWouldDescendAsText) {
+  Store store(":memory:");
+  store.passOver("9999998");
+  EXPECT_EQ(store.nextId(), "9999999");
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    try {
+      store.nextId();
+      FAIL() << "an id was given";
+    } catch (const std::runtime_error& error) {
+      EXPECT_STREQ(error.what(), "all ids are given, the last one is 9999999");
+    }
+  }
+}
+
 TEST_F(StoreTest, KeepsDocumentsAndIdsInAFile) {
   {
     Store store(file());

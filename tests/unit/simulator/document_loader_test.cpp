@@ -34,6 +34,19 @@ TEST_F(DocumentLoaderTest, DocumentWithoutAnIdGetsTheNextOne) {
   EXPECT_EQ(client.get("/event/events/2504002").json().at("text"), "second");
 }
 
+TEST_F(DocumentLoaderTest, NewDocumentsGetIdsAboveLoadedOnes) {
+  platform.load(R"({"managedObjects":[{"id":"2504001"},{"id":"2504003"},{"name":"next"}]})");
+  EXPECT_EQ(client.get("/registry/managed-objects/2504004").json().at("name"), "next");
+  EXPECT_EQ(device(), "2504005");
+}
+
+TEST_F(DocumentLoaderTest, NothingIsCreatedAboveTheLastId) {
+  platform.load(R"({"managedObjects":[{"id":"9999999"}]})");
+  expectError(client.post("/registry/managed-objects", "{}"), 507, "insufficientStorage",
+              "all ids are given, the last one is 9999999");
+  EXPECT_EQ(client.put("/registry/managed-objects/9999999", R"({"name":"Pump"})").status, 200);
+}
+
 TEST_F(DocumentLoaderTest, GivenTimesStay) {
   platform.load(R"({"events":[{"id":"e","creationTime":"2020-01-01T00:00:00Z","lastUpdated":"soon"}]})");
   EXPECT_EQ(client.get("/event/events/e").json().at("creationTime"), "2020-01-01T00:00:00Z");
