@@ -1,7 +1,9 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "simulator/Condition.h"
 
@@ -19,6 +21,9 @@ enum class Comparison { Equal, NotEqual, Greater, GreaterOrEqual, Less, LessOrEq
 /// A field beside a text or number. Values of different kinds are not equal, and none of them is greater or less. The
 /// path "_id" is the document's id, and a path leads through objects at its dots. [any thread]
 Condition compareField(std::string_view path, std::span<const Column> columns, Comparison comparison, Parameter value);
+
+/// A field that is one of `texts`, of which there must be one at least. [any thread]
+Condition isOneOf(std::string_view path, std::span<const Column> columns, std::vector<std::string> texts);
 
 /// A field that is true, or false, or anything but it. [any thread]
 Condition compareBoolean(std::string_view path, bool isEqual, bool value);

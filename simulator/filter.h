@@ -19,7 +19,8 @@ namespace simulator {
 
 /// The condition that a filter sets. `parameter` is the name of the query parameter that it came in. A field among
 /// `columns` is compared through its column. Throws `RequestError` 422 `the filter in "PARAMETER" can't be read at
-/// column N: WHAT`, also for one with more than 500 comparisons or parentheses more than 100 deep. [any thread]
+/// column N: WHAT`, also for one with more than 500 comparisons, or more than 24 levels, where each "not" and each
+/// parenthesis is one. [any thread]
 Condition readFilter(const std::string& parameter, const std::string& text, std::span<const Column> columns);
 
 }  // namespace simulator

@@ -30,8 +30,9 @@ struct Selector {
 };
 
 /// The condition that all of the request's selecting parameters set together; other parameters are passed over. Throws
-/// `RequestError` 422 for a value that makes no sense: `the query parameter "NAME" must be ...`, or as `readFilter`.
-/// [any thread]
+/// `RequestError` 422 for a value that makes no sense: `the query parameter "NAME" must be ...`, or as `readFilter`;
+/// and for more than 200 conditions, `the query parameters set more than 200 conditions, of which each value between
+/// commas is one`. [any thread]
 Condition readSelection(const Request& request, std::span<const Selector> selectors, std::span<const Column> columns);
 
 }  // namespace simulator

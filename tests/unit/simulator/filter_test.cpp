@@ -228,6 +228,37 @@ TEST_F(SelectionTest, GoesByFields) {
   EXPECT_EQ(alarms("resolved=false"), "ac");
 }
 
+TEST_F(SelectionTest, TakesListsOfTexts) {
+  EXPECT_EQ(alarms("status=ACTIVE,CLEARED"), "ab");
+  EXPECT_EQ(alarms("status=,"), "");
+  std::string many = "status=CLEARED";
+  for (int value = 1; value < 199; ++value) many += ",A";
+  EXPECT_EQ(alarms(many + "&type=u"), "b");
+}
+
+TEST_F(SelectionTest, HasAsManyConditionsAsTheStoreCanTake) {
+  std::string filter = "a eq 0";
+  for (int level = 0; level < 24; ++level) filter = "not " + filter;
+  for (int comparison = 2; comparison < 500; ++comparison) filter += " or a eq 1";
+  std::string conditions = "q=" + encoded(filter + " or type eq 't'");
+  for (int parameter = 1; parameter < 200; ++parameter) conditions += "&type=t";
+  EXPECT_EQ(alarms(conditions), "ac");
+}
+
+TEST_F(SelectionTest, RefusesMoreConditions) {
+  const std::string refusal =
+      "the query parameters set more than 200 conditions, of which each value between commas is one";
+  std::string repeated = "type=t";
+  std::string list = "type=t&status=A";
+  for (int condition = 1; condition < 200; ++condition) {
+    repeated += "&type=t";
+    list += ",A";
+  }
+  expectError(client.get("/alarm/alarms?" + list), 422, "unprocessable", refusal);
+  expectError(client.get("/alarm/alarms?type=t&" + repeated), 422, "unprocessable", refusal);
+  EXPECT_EQ(alarms(repeated), "ac");
+}
+
 TEST_F(SelectionTest, DatesAreInstantsFromOneUpToBeforeAnother) {
   EXPECT_EQ(alarms("dateFrom=2024-05-01T10:00:00Z"), "ab");
   EXPECT_EQ(alarms("dateFrom=2024-05-01T12:00:00.001%2B02:00"), "b");
