@@ -85,6 +85,7 @@ std::string FieldCheck::label(std::string_view name) const {
 }
 
 const json::value* FieldCheck::present(const char* name) {
+  if (!concerns(name)) return nullptr;
   const json::value* value = document.if_contains(name);
   if (value == nullptr) problem(label(name) + " is missing");
   return value;
@@ -115,7 +116,7 @@ void FieldCheck::texts(const char* name) {
 
 void FieldCheck::optionalTexts(const char* name) {
   const json::value* value = document.if_contains(name);
-  if (value == nullptr) return;
+  if (value == nullptr || !concerns(name)) return;
   if (!value->is_array()) {
     problem(label(name) + " must be an array of texts, not " + describeKind(*value));
     return;
@@ -188,12 +189,9 @@ std::string FieldCheck::knownId(const std::string& label, const json::value* val
   return {};
 }
 
-void FieldCheck::fixed(const json::object& before, const std::vector<std::string_view>& names) {
+void FieldCheck::fixed(const std::vector<std::string_view>& names) {
   for (const std::string_view name : names) {
-    const json::value* was = before.if_contains(name);
-    const json::value* is = document.if_contains(name);
-    const bool same = was == nullptr || is == nullptr ? was == is : *was == *is;
-    if (!same) problem(label(name) + " is fixed at creation, an update can't change it");
+    if (concerns(name)) problem(label(name) + " is fixed at creation, an update can't change it");
   }
 }
 

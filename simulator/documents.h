@@ -38,6 +38,11 @@ class FieldCheck {
   explicit FieldCheck(boost::json::object& document, std::string prefix = {})
       : document(document), prefix(std::move(prefix)) {}
 
+  /// Checks a document to which a client's `changes` were applied, and of it only the fields that they name. Both must
+  /// outlive this.
+  FieldCheck(boost::json::object& document, const boost::json::object& changes)
+      : document(document), changes(&changes) {}
+
   /// A text that isn't empty must be there.
   void text(const char* name);
   /// If it is there, it must be a text.
@@ -56,8 +61,8 @@ class FieldCheck {
   void id(const char* name, const std::function<bool(const std::string&)>& exists);
   /// An object with an `id` as above must be there; nothing but the id is kept of it.
   void source(const char* name, const std::function<bool(const std::string&)>& exists);
-  /// The fields `names` must be what they were in `before`.
-  void fixed(const boost::json::object& before, const std::vector<std::string_view>& names);
+  /// The changes must not name any of the fields `names`.
+  void fixed(const std::vector<std::string_view>& names);
   /// Adds a problem of the caller's own, a whole clause that names the field.
   void problem(const std::string& text);
 
@@ -69,12 +74,14 @@ class FieldCheck {
 
  private:
   std::string label(std::string_view name) const;
+  bool concerns(std::string_view name) const { return changes == nullptr || changes->contains(name); }
   const boost::json::value* present(const char* name);
   const boost::json::string* presentText(const char* name);
   std::string knownId(const std::string& label, const boost::json::value* value,
                       const std::function<bool(const std::string&)>& exists);
 
   boost::json::object& document;
+  const boost::json::object* const changes = nullptr;
   const std::string prefix;
   std::string problems;
 };

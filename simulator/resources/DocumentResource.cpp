@@ -19,6 +19,28 @@ void mergeField(json::object& document, std::string_view name, const json::value
   }
 }
 
+/// Whether two values of a client name the same managed object: by its id, or by an object that holds it.
+bool namesTheSame(const json::value& one, const json::value& other) {
+  if (one.is_object() && other.is_object()) {
+    const json::value* const id = one.get_object().if_contains("id");
+    const json::value* const otherId = other.get_object().if_contains("id");
+    return id != nullptr && otherId != nullptr && namesTheSame(*id, *otherId);
+  }
+  const auto textOf = [](const json::value& id) { return id.is_int64() ? json::value(toJson(id)) : id; };
+  return textOf(one) == textOf(other);
+}
+
+/// Takes a field out of `changes` that stays what it was `before`.
+void dropRepeated(json::object& changes, std::string_view name, const json::object& before) {
+  const json::value* const now = changes.if_contains(name);
+  if (now == nullptr) return;
+  const json::value* const then = before.if_contains(name);
+  const bool isReference = name == "source" || name == "deviceId";
+  const bool isRepeated =
+      then == nullptr ? now->is_null() : *now == *then || (isReference && namesTheSame(*now, *then));
+  if (isRepeated) changes.erase(name);
+}
+
 }  // namespace
 
 Answer DocumentResource::answer(const Request& request, std::span<const std::string> below) {
@@ -59,11 +81,13 @@ Answer DocumentResource::createdAnswer(const std::string& id) {
 
 Answer DocumentResource::update(const Request& request, const std::string& id) {
   const json::object before = parseJson(find(id)).as_object();
+  json::object changes = readBody(request, kind.name);
+  for (const std::string_view name : kind.fixed) dropRepeated(changes, name, before);
   json::object document = before;
-  mergeClientFields(document, readBody(request, kind.name));
-  FieldCheck check(document);
+  mergeClientFields(document, changes);
+  FieldCheck check(document, changes);
   examine(check, document, &before);
-  check.fixed(before, kind.fixed);
+  check.fixed(kind.fixed);
   check.finish();
   replace(document);
   return documentAnswer(200, id, toJson(document));

@@ -39,7 +39,7 @@ struct DocumentKind {
 /// and, for some kinds, deleted (DELETE).
 ///
 /// A document is stored as its client sent it, less fields that are null, with `id`, `creationTime` and `lastUpdated`
-/// added. An update replaces top-level fields, and removes those that it gives as null.
+/// added. An update replaces top-level fields, and removes those that it gives as null; only what it names is checked.
 class DocumentResource : public Resource {
  public:
   DocumentResource(Workplace& workplace, DocumentKind kind) : workplace(workplace), kind(std::move(kind)) {}

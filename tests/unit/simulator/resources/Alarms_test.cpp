@@ -67,6 +67,31 @@ TEST_F(AlarmsTest, UpdateMayRepeatItsSourceButNotChangeIt) {
               R"("type" is fixed at creation, an update can't change it)");
 }
 
+TEST_F(AlarmsTest, UpdateLooksOnlyAtWhatItSends) {
+  platform.load(R"({"alarms":[{"id":"a","source":{"id":"p","name":"Pump"},"type":7,"status":"ACTIVE"}]})");
+  const Received cleared = client.put("/alarm/alarms/a", R"({"status":"CLEARED"})");
+  EXPECT_EQ(cleared.status, 200) << cleared.body;
+  EXPECT_EQ(cleared.json().at("status"), "CLEARED");
+  EXPECT_EQ(cleared.json().at("source"), object(R"({"id":"p","name":"Pump"})"));
+}
+
+TEST_F(AlarmsTest, UpdateMayRepeatALoadedSource) {
+  platform.load(R"({"alarms":[{"id":"a","source":{"id":"7","name":"Pump"}}]})");
+  for (const char* source : {R"({"id":"7","name":"Pump"})", R"({"id":"7"})", R"({"id":7})"}) {
+    const Received answer = client.put("/alarm/alarms/a", std::string(R"({"source":)") + source + "}");
+    EXPECT_EQ(answer.status, 200) << answer.body;
+  }
+}
+
+TEST_F(AlarmsTest, AlarmOfADeletedDeviceCanBeCleared) {
+  const std::string source = device();
+  const std::string id = client.post("/alarm/alarms", alarmOf(source)).id();
+  client.request("DELETE", "/registry/managed-objects/" + source);
+  EXPECT_EQ(client.put("/alarm/alarms/" + id, R"({"status":"ACKNOWLEDGED"})").status, 200);
+  EXPECT_EQ(client.put("/alarm/alarms/" + id, R"({"source":{"id":")" + source + R"("},"status":"CLEARED"})").status,
+            200);
+}
+
 TEST_F(AlarmsTest, TellsAllRequiredFieldsAtOnce) {
   expectError(client.post("/alarm/alarms", "{}"), 422, "unprocessable",
               R"("source" is missing; "type" is missing; "text" is missing; "time" is missing; "severity" is missing)");

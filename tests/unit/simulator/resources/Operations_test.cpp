@@ -35,6 +35,14 @@ TEST_F(OperationsTest, RefusesUnknownStatus) {
               R"("status" must be one of PENDING, EXECUTING, SUCCESSFUL, FAILED, not "DONE")");
 }
 
+TEST_F(OperationsTest, OperationOfADeletedDeviceCanBeEnded) {
+  const std::string device = this->device();
+  const std::string id = client.post("/operation/operations", R"({"deviceId":")" + device + R"("})").id();
+  client.request("DELETE", "/registry/managed-objects/" + device);
+  EXPECT_EQ(client.put("/operation/operations/" + id, R"({"status":"FAILED"})").status, 200);
+  EXPECT_EQ(client.put("/operation/operations/" + id, R"({"deviceId":)" + device + "}").status, 200);
+}
+
 TEST_F(OperationsTest, CannotBeginWithAnotherStatus) {
   device();
   expectError(client.post("/operation/operations", R"({"deviceId":"2504001","status":"EXECUTING"})"), 422,
