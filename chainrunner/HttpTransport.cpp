@@ -17,15 +17,21 @@ namespace {
 constexpr const char* logCategory = "marlovance-chain.transport";
 
 /// The key that orders a request, by kind and text; none when it has none. Any value may be a key.
-std::optional<std::string> concurrencyKey(const map_t& metadata) {
-  const auto entry = metadata.find(data_t("concurrencyControlKey"));
+std::optional<std::string> concurrencyKey(const map_t& metadata, const TransportKeys& keys) {
+  const auto entry = metadata.find(keys.concurrencyControlKey);
   if (entry == metadata.end() || entry->second.empty()) return std::nullopt;
   return entry->second.type_name() + std::string(" ") + to_string(entry->second);
 }
 
-bool isFlush(const map_t& metadata) {
-  const auto entry = metadata.find(data_t("concurrencyControlFlush"));
+bool isFlush(const map_t& metadata, const TransportKeys& keys) {
+  const auto entry = metadata.find(keys.concurrencyControlFlush);
   return entry != metadata.end() && !(entry->second.is(Tag::boolean) && !entry->second.get<bool>());
+}
+
+/// Half of what may be in flight, so that senders go on in groups, but enough for all connections.
+std::size_t enoughRoom(const TransportOptions& options) {
+  const std::size_t most = options.inFlight > 0 ? options.inFlight - 1 : 0;
+  return std::min(most, std::max(options.inFlight / 2, options.connections));
 }
 
 }  // namespace
@@ -34,6 +40,7 @@ HttpTransport::HttpTransport(TransportOptions options, Deliver deliver, RunRecor
     : options(std::move(options)),
       deliver(std::move(deliver)),
       record(record),
+      roomEnough(enoughRoom(this->options)),
       wire(this->options),
       walks(this->options.pagesPerWalk) {
   deliveryThread = std::thread([this] { runDelivery(); });
@@ -45,7 +52,8 @@ void HttpTransport::stop() {
   {
     const MutexLock lock(mutex);
     isStopping = true;
-    changed.broadcast();
+    roomMade.broadcast();
+    answersCame.broadcast();
   }
   wire.wake();
   wireThread.join();
@@ -67,7 +75,7 @@ int HttpTransport::sendBatch(void* self, qel_message* begin, qel_message* end) n
 void HttpTransport::send(Message& message) {
   Message taken(std::move(message));
   map_t& metadata = taken.getMetadataMap();
-  const auto requestId = metadata.find(data_t("requestId"));
+  const auto requestId = metadata.find(keys.requestId);
   if (requestId == metadata.end()) return;
 
   auto flight = std::make_unique<Flight>();
@@ -75,7 +83,7 @@ void HttpTransport::send(Message& message) {
   record.countRequest();
   enter();
   try {
-    flight->request = makeHttpRequest(taken, options.platform);
+    flight->request = makeHttpRequest(taken, options.platform, keys);
   } catch (const std::exception& error) {
     return answerAtOnce(std::move(flight),
                         {400, "transport/refused", std::string(error.what()) + "; nothing was sent"});
@@ -92,14 +100,27 @@ void HttpTransport::send(Message& message) {
 
 void HttpTransport::enter() {
   const MutexLock lock(mutex);
-  if (std::this_thread::get_id() != deliveryThread.get_id())
-    while (undelivered >= options.inFlight && !isCancelled && !isStopping) changed.wait(mutex);
+  if (!isOnDeliveryThread())
+    while (undelivered >= options.inFlight && !isCancelled && !isStopping) roomMade.wait(mutex);
   ++undelivered;
+}
+
+/// Senders that wait are woken when there is much room, or when as many answers as that have been delivered while
+/// pages of walks took the room. So whoever waits goes on, and not for each answer anew.
+void HttpTransport::leave() {
+  const MutexLock lock(mutex);
+  --undelivered;
+  ++left;
+  if (undelivered <= roomEnough || left >= options.inFlight - roomEnough) {
+    left = 0;
+    roomMade.broadcast();
+  }
+  if (undelivered == 0) becameIdle.broadcast();
 }
 
 /// What the plug-in sends while it takes an answer is the next page of that answer's walk.
 void HttpTransport::follow(Flight& flight, const map_t& metadata) {
-  if (std::this_thread::get_id() != deliveryThread.get_id() || !answered) return;
+  if (!isOnDeliveryThread() || !answered) return;
   flight.walk = walks.goOn(answered->walk, answered->description, flight.description, metadata);
 }
 
@@ -107,23 +128,30 @@ void HttpTransport::answerAtOnce(std::unique_ptr<Flight> flight, TransportFailur
   flight->head.requestSentTime = flight->answeredTime = Platform::relativeHighResTimeFloat();
   flight->last.outcome = std::move(failure);
   const MutexLock lock(mutex);
+  addAnswer(std::move(flight));
+}
+
+/// The delivery thread takes all answers at once, and sleeps only when it found none.
+void HttpTransport::addAnswer(std::unique_ptr<Flight> flight) {
   answers.push_back(std::move(flight));
-  changed.broadcast();
+  if (answers.size() == 1) answersCame.broadcast();
 }
 
 void HttpTransport::queue(std::unique_ptr<Flight> flight, const map_t& metadata) {
+  auto key = concurrencyKey(metadata, keys);
   {
     const MutexLock lock(mutex);
     const Id id = nextId++;
-    order.add(id, concurrencyKey(metadata), isFlush(metadata));
-    flights.emplace(id, std::move(flight));
+    order.add(id, std::move(key), isFlush(metadata, keys));
+    waiting.emplace_hint(waiting.end(), id, std::move(flight));
+    if (!std::exchange(mustWakeWire, false)) return;
   }
   wire.wake();
 }
 
 void HttpTransport::waitUntilIdle() {
   const MutexLock lock(mutex);
-  while (undelivered > 0) changed.wait(mutex);
+  while (undelivered > 0) becameIdle.wait(mutex);
 }
 
 std::size_t HttpTransport::inFlight() const {
@@ -135,7 +163,7 @@ void HttpTransport::cancel() {
   {
     const MutexLock lock(mutex);
     isCancelled = true;
-    changed.broadcast();
+    roomMade.broadcast();
   }
   wire.wake();
 }
@@ -150,25 +178,34 @@ void HttpTransport::runWire() {
       if (isStopping) return;
       cancelling = isCancelled;
     }
-    if (cancelling) cancelRequests();
-    startRequests();
-    startRetries();
+    if (cancelling) {
+      cancelRequests();
+    } else {
+      startRetries();
+      startRequests();
+    }
     wire.poll(patience(), [this](Id id, Attempt result) { attemptEnded(id, std::move(result)); });
   }
 }
 
+/// Goes on until no more can start: an attempt may end at once.
 void HttpTransport::startRequests() {
-  std::vector<Id> fresh;
-  {
-    const MutexLock lock(mutex);
-    while (running.size() < options.connections) {
-      const auto id = order.next();
-      if (!id) break;
-      running.emplace(*id, flights.at(*id).get());
-      fresh.push_back(*id);
-    }
+  for (auto ids = takeStartable(); !ids.empty(); ids = takeStartable())
+    for (const Id id : ids) attempt(id);
+}
+
+/// While all connections are busy, a new request needs no wake-up: it starts when one of them is free.
+std::vector<HttpTransport::Id> HttpTransport::takeStartable() {
+  std::vector<Id> ids;
+  const MutexLock lock(mutex);
+  while (running.size() < options.connections) {
+    const auto id = order.next();
+    if (!id) break;
+    running.insert(waiting.extract(*id));
+    ids.push_back(*id);
   }
-  for (const Id id : fresh) attempt(id);
+  mustWakeWire = running.size() < options.connections;
+  return ids;
 }
 
 void HttpTransport::startRetries() {
@@ -192,7 +229,8 @@ void HttpTransport::attempt(Id id) {
 }
 
 void HttpTransport::attemptEnded(Id id, Attempt result) {
-  Flight& flight = *running.at(id);
+  const auto ended = running.find(id);
+  Flight& flight = *ended->second;
   if (result.mayRepeat && flight.attempts <= options.retries && !platformIsAway) {
     record.countRetry();
     retries.push_back({Clock::now() + options.retryDelay * (1 << std::min(flight.attempts - 1, 16U)), id});
@@ -201,29 +239,29 @@ void HttpTransport::attemptEnded(Id id, Attempt result) {
   platformIsAway = result.nothingSent;
   flight.answeredTime = Platform::relativeHighResTimeFloat();
   flight.last = std::move(result);
-  running.erase(id);
+  auto answer = std::move(ended->second);
+  running.erase(ended);
 
   const MutexLock lock(mutex);
   order.finish(id);
-  answers.push_back(std::move(flights.extract(id).mapped()));
-  changed.broadcast();
+  addAnswer(std::move(answer));
 }
 
 void HttpTransport::cancelRequests() {
   wire.abandonAll();
   retries.clear();
-  running.clear();
   const double now = Platform::relativeHighResTimeFloat();
   const MutexLock lock(mutex);
-  for (auto& [id, flight] : flights) {
-    order.finish(id);
+  order.clear();
+  running.merge(waiting);
+  for (auto& [id, flight] : running) {
     flight->answeredTime = now;
     if (flight->attempts == 0) flight->head.requestSentTime = now;
     flight->last.outcome = TransportFailure{503, "transport/cancelled", flight->description + ": the run was ended"};
-    answers.push_back(std::move(flight));
+    addAnswer(std::move(flight));
   }
-  flights.clear();
-  changed.broadcast();
+  running.clear();
+  mustWakeWire = true;
 }
 
 std::chrono::milliseconds HttpTransport::patience() const {
@@ -236,29 +274,33 @@ std::chrono::milliseconds HttpTransport::patience() const {
 // ----------------------------------------------------------------------------------------------- delivery thread --
 
 void HttpTransport::runDelivery() {
-  for (;;) {
-    std::unique_ptr<Flight> flight;
-    {
-      const MutexLock lock(mutex);
-      while (answers.empty() && !isStopping) changed.wait(mutex);
-      if (isStopping) return;
-      flight = std::move(answers.front());
-      answers.pop_front();
+  Flights taken;
+  while (takeAnswers(taken)) {
+    for (auto& next : taken) {
+      const auto flight = std::move(next);
+      deliverAnswer(*flight);
+      walks.endPage(flight->walk);
+      leave();
     }
-    deliverAnswer(*flight);
-    walks.endPage(flight->walk);
-    const MutexLock lock(mutex);
-    --undelivered;
-    changed.broadcast();
+    taken.clear();
   }
+}
+
+/// Waits for answers and takes all there are; false when the transport is stopping.
+bool HttpTransport::takeAnswers(Flights& taken) {
+  const MutexLock lock(mutex);
+  while (answers.empty() && !isStopping) answersCame.wait(mutex);
+  taken.swap(answers);
+  return !isStopping;
 }
 
 void HttpTransport::deliverAnswer(Flight& flight) {
   const double latency = flight.answeredTime - flight.head.requestSentTime;
   auto* answer = std::get_if<HttpAnswer>(&flight.last.outcome);
-  Message message = answer ? makeAnswer(std::move(flight.head), std::move(*answer), flight.description, options.json)
-                           : makeFailureAnswer(std::move(flight.head), std::get<TransportFailure>(flight.last.outcome));
-  const std::string status = answerStatus(message);
+  Message message =
+      answer ? makeAnswer(std::move(flight.head), std::move(*answer), flight.description, options.json, keys)
+             : makeFailureAnswer(std::move(flight.head), std::get<TransportFailure>(flight.last.outcome), keys);
+  const std::string status = answerStatus(message, keys);
   record.countAnswer(status, latency);
   log(logCategory, LogLevel::debug, "%s: %s after %f seconds", flight.description.c_str(), status.c_str(), latency);
   flight.walk.elements += elementsOf(message.getPayload());

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,6 +10,7 @@
 
 #include "chainrunner/RequestOrder.h"
 #include "chainrunner/RunRecord.h"
+#include "chainrunner/TransportKeys.h"
 #include "chainrunner/Walks.h"
 #include "chainrunner/Wire.h"
 #include "chainrunner/options.h"
@@ -28,6 +28,8 @@ namespace chainrunner {
 /// thread speaks HTTP, in the order that "concurrencyControlKey" and "concurrencyControlFlush" ask for. The delivery
 /// thread hands answers to the plug-in one at a time; requests that the plug-in sends from there (the next page of a
 /// query) never wait, so the two can't lock each other up.
+///
+/// Threads wake each other as seldom as can be: a wake-up costs more than most of what they do for a request.
 class HttpTransport {
  public:
   /// Takes an answer towards the host. Called on the delivery thread only; lets nothing out.
@@ -40,8 +42,9 @@ class HttpTransport {
   HttpTransport(const HttpTransport&) = delete;
   HttpTransport& operator=(const HttpTransport&) = delete;
 
-  /// Takes the message's contents. A message without "requestId" (a control object) ends here. Waits while `inFlight`
-  /// requests are without an answer, unless it runs on the delivery thread. [any thread]
+  /// Takes the message's contents. A message without "requestId" (a control object) ends here. Waits when `inFlight`
+  /// requests are without an answer, until there is room for some more, unless it runs on the delivery thread. [any
+  /// thread]
   void send(Message& message) EXCLUDES(mutex);
 
   /// `send` as a chain element's entry point; `self` is the transport. [any thread]
@@ -76,44 +79,57 @@ class HttpTransport {
     double answeredTime = 0;
     Attempt last;
   };
+  using Flights = std::vector<std::unique_ptr<Flight>>;
+  using FlightsById = std::map<Id, std::unique_ptr<Flight>>;
+  using Condition = com::tallowmere::connectivity10_15_4::Condition;
   struct Retry {
     Clock::time_point due;
     Id id;
   };
 
   void enter() EXCLUDES(mutex);
+  void leave() EXCLUDES(mutex);
   void follow(Flight& flight, const map_t& metadata);
   void answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) EXCLUDES(mutex);
   void queue(std::unique_ptr<Flight> flight, const map_t& metadata) EXCLUDES(mutex);
+  void addAnswer(std::unique_ptr<Flight> flight) REQUIRES(mutex);
+  bool isOnDeliveryThread() const { return std::this_thread::get_id() == deliveryThread.get_id(); }
 
   void runWire();
-  void startRequests();
+  void startRequests() EXCLUDES(mutex);
+  std::vector<Id> takeStartable() EXCLUDES(mutex);
   void startRetries();
   void attempt(Id id);
-  void attemptEnded(Id id, Attempt result);
-  void cancelRequests();
+  void attemptEnded(Id id, Attempt result) EXCLUDES(mutex);
+  void cancelRequests() EXCLUDES(mutex);
   std::chrono::milliseconds patience() const;
 
   void runDelivery();
+  bool takeAnswers(Flights& taken) EXCLUDES(mutex);
   void deliverAnswer(Flight& flight);
 
   const TransportOptions options;
   const Deliver deliver;
   RunRecord& record;
 
+  const TransportKeys keys;
+  const std::size_t roomEnough;  ///< of the requests in flight; when so few are left, waiting senders go on
+
   mutable com::tallowmere::connectivity10_15_4::Mutex mutex;
-  com::tallowmere::connectivity10_15_4::Condition changed;
+  Condition roomMade, answersCame, becameIdle;
   RequestOrder order GUARDED_BY(mutex);
-  std::map<Id, std::unique_ptr<Flight>> flights GUARDED_BY(mutex);  ///< without an answer
-  std::deque<std::unique_ptr<Flight>> answers GUARDED_BY(mutex);    ///< to be delivered
+  FlightsById waiting GUARDED_BY(mutex);  ///< to be started
+  Flights answers GUARDED_BY(mutex);      ///< to be delivered
   std::size_t undelivered GUARDED_BY(mutex) = 0;
+  std::size_t left GUARDED_BY(mutex) = 0;  ///< answers delivered since waiting senders were told to go on
   Id nextId GUARDED_BY(mutex) = 0;
+  bool mustWakeWire GUARDED_BY(mutex) = true;  ///< for a new request, which the wire thread might sleep through
   bool isCancelled GUARDED_BY(mutex) = false;
   bool isStopping GUARDED_BY(mutex) = false;
 
   // Of the wire thread, but for `wire.wake`.
   Wire wire;
-  std::map<Id, Flight*> running;  ///< on the wire, or waiting for a retry
+  FlightsById running;  ///< on the wire, or waiting for a retry
   std::vector<Retry> retries;
   bool platformIsAway = false;  ///< no connection after all retries: until one succeeds, each request is tried once
 

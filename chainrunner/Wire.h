@@ -3,24 +3,17 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
-#include <variant>
+#include <vector>
 
-#include "chainrunner/http_answer.h"
+#include "chainrunner/Attempt.h"
 #include "chainrunner/http_request.h"
 #include "chainrunner/options.h"
 
 namespace chainrunner {
 
-/// What came of one attempt to send a request.
-struct Attempt {
-  std::variant<HttpAnswer, TransportFailure> outcome;
-  bool nothingSent = false;  ///< there was no connection at all
-  bool mayRepeat =
-      false;  ///< it failed, and another attempt does no harm: nothing was sent, or the method is idempotent
-};
+class Exchange;
 
 /// HTTP exchanges on one thread, many at once, by libcurl. Connections are kept and used again; certificates are
 /// checked; redirects are not followed; nothing but http and https is spoken. A POST goes out at most once per attempt,
@@ -35,11 +28,9 @@ class Wire {
   Wire(const Wire&) = delete;
   Wire& operator=(const Wire&) = delete;
 
-  /// Begins an exchange. `request` stays until it is done. `description` is for messages. [wire thread]
+  /// Begins an exchange. `request` and `description`, which is for messages, stay until it is done. Throws
+  /// std::bad_alloc or std::runtime_error with libcurl's reason. [wire thread]
   void start(Id id, const HttpRequest& request, const std::string& description);
-
-  /// Exchanges that have begun and are not done. [wire thread]
-  std::size_t running() const;
 
   /// Moves the exchanges on and calls `done` for each that ended; waits up to `patience` when there is nothing to do.
   /// [wire thread]
@@ -52,14 +43,18 @@ class Wire {
   void wake();
 
  private:
-  class Exchange;
   struct FreeMulti {
     void operator()(void* multi) const;
   };
 
+  std::unique_ptr<Exchange> takeIdle();
+  std::unique_ptr<Exchange> takeRunning(const Exchange& exchange);
+
   const TransportOptions& options;
+  const bool readsProxies;
   std::unique_ptr<void, FreeMulti> multi;
-  std::map<Id, std::unique_ptr<Exchange>> exchanges;
+  std::vector<std::unique_ptr<Exchange>> running;  ///< few: never more than connections
+  std::vector<std::unique_ptr<Exchange>> idle;     ///< kept for the next requests
 };
 
 }  // namespace chainrunner

@@ -1,8 +1,9 @@
 #include "chainrunner/http_answer.h"
 
-#include <algorithm>
+#include <string_view>
 #include <utility>
 
+#include "chainrunner/http_text.h"
 #include "chainrunner/utf8.h"
 
 namespace chainrunner {
@@ -24,81 +25,98 @@ const char* reasonPhrase(std::int64_t status) {
   }
 }
 
-/// "application/json" of "application/json; charset=utf-8".
-std::string withoutParameters(const std::string& contentType) {
-  std::string type = contentType.substr(0, contentType.find(';'));
-  while (!type.empty() && (type.back() == ' ' || type.back() == '\t')) type.pop_back();
-  return type;
+/// Leaves "application/json" of "application/json; charset=utf-8".
+void cutParameters(std::string& contentType) {
+  if (const std::size_t end = contentType.find(';'); end != std::string::npos) contentType.resize(end);
+  while (!contentType.empty() && (contentType.back() == ' ' || contentType.back() == '\t')) contentType.pop_back();
 }
 
-bool isJson(std::string mediaType) {
-  std::transform(mediaType.begin(), mediaType.end(), mediaType.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return mediaType.ends_with("+json") || mediaType.ends_with("/json");
+bool isJson(std::string_view mediaType) {
+  constexpr std::size_t length = std::string_view("+json").size();
+  if (mediaType.size() < length) return false;
+  const std::string_view end = mediaType.substr(mediaType.size() - length);
+  return (end[0] == '+' || end[0] == '/') && isSameName(end.substr(1), "json");
 }
 
-Message makeMessage(AnswerHead head, std::int64_t status, const std::string& reason, const std::string& contentType,
-                    data_t payload) {
+std::string statusText(const HttpAnswer& answer) {
+  return std::to_string(answer.status) + (answer.reason.empty() ? "" : " " + answer.reason);
+}
+
+Message redirectFailure(AnswerHead head, const HttpAnswer& answer, const std::string& description,
+                        const TransportKeys& keys) {
+  const std::string place = answer.location.empty() ? "nowhere" : repairedUtf8(answer.location);
+  return makeFailureAnswer(std::move(head),
+                           {502, "transport/redirect",
+                            description + ": the platform answered " + statusText(answer) +
+                                " and redirects are not followed (to " + place + ")"},
+                           keys);
+}
+
+Message bodyFailure(AnswerHead head, const HttpAnswer& answer, const std::string& description,
+                    const std::string& reason, const TransportKeys& keys) {
+  const auto status = answer.status >= 400 && answer.status < 600 ? answer.status : 502;
+  return makeFailureAnswer(std::move(head),
+                           {status, "transport/badBody",
+                            description + ": the platform answered " + statusText(answer) +
+                                " with a body that can't be read as " + answer.contentType + ": " + reason},
+                           keys);
+}
+
+Message makeMessage(AnswerHead head, std::int64_t status, const char* reason, const char* contentType, data_t payload,
+                    const TransportKeys& keys) {
   map_t http;
-  http[data_t("statusCode")] = status;
-  http[data_t("statusReason")] = reason;
+  http.set(keys.statusCode, status);
+  http.set(keys.statusReason, reason);
   map_t metadata;
-  metadata[data_t("requestId")] = std::move(head.requestId);
-  metadata[data_t("requestSentTime")] = head.requestSentTime;
-  metadata[data_t("http")] = std::move(http);
-  if (!contentType.empty()) metadata[data_t("contentType")] = contentType;
+  metadata.set(keys.requestId, std::move(head.requestId));
+  metadata.set(keys.requestSentTime, head.requestSentTime);
+  metadata.set(keys.http, std::move(http));
+  if (*contentType) metadata.set(keys.contentType, contentType);
   return Message(std::move(payload), std::move(metadata));
 }
 
 /// The body as a payload. Throws std::runtime_error with the reason when it can't be one.
-data_t readBody(const HttpAnswer& answer, const std::string& mediaType, const JsonLimits& limits) {
+data_t readBody(const HttpAnswer& answer, const JsonLimits& limits) {
   if (answer.body.empty() && answer.status == 204) return data_t("");
-  if (isJson(mediaType)) return readJson(answer.body, limits);
+  if (isJson(answer.contentType)) return readJson(answer.body, limits);
   if (answer.body.find('\0') != std::string::npos) throw std::runtime_error("a text holds the character NUL");
   return data_t(repairedUtf8(answer.body));
 }
 
 }  // namespace
 
-Message makeAnswer(AnswerHead head, HttpAnswer answer, const std::string& description, const JsonLimits& limits) {
-  const std::string statusText = std::to_string(answer.status) + (answer.reason.empty() ? "" : " " + answer.reason);
-  if (answer.status >= 300 && answer.status < 400)
-    return makeFailureAnswer(
-        std::move(head),
-        {502, "transport/redirect",
-         description + ": the platform answered " + statusText + " and redirects are not followed (to " +
-             (answer.location.empty() ? "nowhere" : repairedUtf8(answer.location)) + ")"});
-  const std::string mediaType = withoutParameters(answer.contentType);
+Message makeAnswer(AnswerHead head, HttpAnswer answer, const std::string& description, const JsonLimits& limits,
+                   const TransportKeys& keys) {
+  if (answer.status >= 300 && answer.status < 400) return redirectFailure(std::move(head), answer, description, keys);
+  cutParameters(answer.contentType);
   data_t payload;
   try {
-    payload = readBody(answer, mediaType, limits);
+    payload = readBody(answer, limits);
   } catch (const std::runtime_error& error) {
-    const auto status = answer.status >= 400 && answer.status < 600 ? answer.status : 502;
-    return makeFailureAnswer(std::move(head),
-                             {status, "transport/badBody",
-                              description + ": the platform answered " + statusText +
-                                  " with a body that can't be read as " + mediaType + ": " + error.what()});
+    return bodyFailure(std::move(head), answer, description, error.what(), keys);
   }
-  return makeMessage(std::move(head), answer.status, repairedUtf8(answer.reason), mediaType, std::move(payload));
+  return makeMessage(std::move(head), answer.status, repairedUtf8(answer.reason).c_str(), answer.contentType.c_str(),
+                     std::move(payload), keys);
 }
 
-Message makeFailureAnswer(AnswerHead head, const TransportFailure& failure) {
+Message makeFailureAnswer(AnswerHead head, const TransportFailure& failure, const TransportKeys& keys) {
   map_t body;
-  body[data_t("error")] = failure.error;
-  body[data_t("message")] = failure.message;
+  body.set(keys.error, failure.error);
+  body.set(keys.message, failure.message);
   return makeMessage(std::move(head), failure.status, reasonPhrase(failure.status), errorMediaType,
-                     data_t(std::move(body)));
+                     data_t(std::move(body)), keys);
 }
 
-std::string answerStatus(const Message& answer) {
-  const map_t& http = answer.getMetadataMap().at(data_t("http")).get<map_t>();
-  std::string status = std::to_string(http.at(data_t("statusCode")).get<std::int64_t>());
+std::string answerStatus(const Message& answer, const TransportKeys& keys) {
+  const map_t& http = answer.getMetadataMap().at(keys.http).get<map_t>();
+  std::string status = std::to_string(http.at(keys.statusCode).get<std::int64_t>());
   if (!answer.getPayload().is(Tag::map)) return status;
   const map_t& body = answer.getPayload().get<map_t>();
-  const auto error = body.find(data_t("error"));
+  const auto error = body.find(keys.error);
   if (error == body.end() || !error->second.isString()) return status;
-  const std::string kind = error->second.get<std::string>();
-  return kind.starts_with("transport/") ? status + " " + kind : status;
+  const auto kind = error->second.get<std::string_view>();
+  if (kind.starts_with("transport/")) status.append(" ").append(kind);
+  return status;
 }
 
 }  // namespace chainrunner

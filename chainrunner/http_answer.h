@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "chainrunner/TransportKeys.h"
 #include "chainrunner/json_reader.h"
 #include "chainrunner/values.h"
 
@@ -34,12 +35,13 @@ struct AnswerHead {
 /// replaced). "contentType" is there when the platform sent one, without parameters. What can't be handed on (a
 /// redirect, JSON that isn't, a NUL in a text) becomes a failure "transport/redirect" or "transport/badBody";
 /// `description` names the request in it. [any thread]
-Message makeAnswer(AnswerHead head, HttpAnswer answer, const std::string& description, const JsonLimits& limits);
+Message makeAnswer(AnswerHead head, HttpAnswer answer, const std::string& description, const JsonLimits& limits,
+                   const TransportKeys& keys);
 
 /// The error answer that stands for a failure: the platform's error media type with `error` and `message`. [any thread]
-Message makeFailureAnswer(AnswerHead head, const TransportFailure& failure);
+Message makeFailureAnswer(AnswerHead head, const TransportFailure& failure, const TransportKeys& keys);
 
 /// How an answer of the two above is counted: "201", or "504 transport/timeout" for a failure. [any thread]
-std::string answerStatus(const Message& answer);
+std::string answerStatus(const Message& answer, const TransportKeys& keys);
 
 }  // namespace chainrunner

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "chainrunner/http_text.h"
 #include "chainrunner/json_writer.h"
 #include "chainrunner/utf8.h"
 
@@ -15,98 +16,11 @@ namespace chainrunner {
 
 namespace {
 
-constexpr std::string_view lettersAndDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-
-bool isOneOf(char character, std::string_view others) {
-  return lettersAndDigits.find(character) != std::string_view::npos || others.find(character) != std::string_view::npos;
-}
-
-bool hasControlCharacter(std::string_view text) {
-  return std::any_of(text.begin(), text.end(),
-                     [](char character) { return static_cast<unsigned char>(character) < 0x20 || character == 0x7f; });
-}
-
-/// A name as headers and cookies have it.
-bool isToken(std::string_view text) {
-  return !text.empty() &&
-         std::all_of(text.begin(), text.end(), [](char character) { return isOneOf(character, "!#$%&'*+-.^_`|~"); });
-}
-
-std::string lower(std::string_view text) {
-  std::string result(text);
-  for (char& character : result)
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-  return result;
-}
-
-void appendEncoded(std::string& out, char character) {
-  static constexpr char digits[] = "0123456789ABCDEF";
-  const auto byte = static_cast<unsigned char>(character);
-  out += '%';
-  out += digits[byte >> 4];
-  out += digits[byte & 0xf];
-}
-
-std::string encodedQueryText(std::string_view text) {
-  std::string out;
-  for (const char character : text) {
-    if (isOneOf(character, "-._~"))
-      out += character;
-    else
-      appendEncoded(out, character);
-  }
-  return out;
-}
-
 /// The text as a message can show it.
 std::string quoted(std::string_view text) {
   std::string out;
   appendJsonString(out, repairedUtf8(text));
   return out;
-}
-
-bool isHexadecimal(char character) {
-  return std::string_view("0123456789abcdefABCDEF").find(character) != std::string_view::npos;
-}
-
-bool startsWithEscape(std::string_view text) {
-  return text.size() >= 3 && text[0] == '%' && isHexadecimal(text[1]) && isHexadecimal(text[2]);
-}
-
-/// Encodes what a path may not hold. An escape that is there already stays.
-std::string encodedPath(std::string_view path) {
-  std::string out;
-  for (std::size_t i = 0; i < path.size(); ++i) {
-    if (isOneOf(path[i], "-._~!$&'()*+,;=:@/") || startsWithEscape(path.substr(i)))
-      out += path[i];
-    else
-      appendEncoded(out, path[i]);
-  }
-  return out;
-}
-
-/// The path as a server might read it that decodes dots and separators first, and takes a backslash for a slash.
-std::string asLenientlyRead(std::string_view path) {
-  static constexpr std::pair<std::string_view, char> readings[] = {
-      {"%2e", '.'}, {"%2f", '/'}, {"%5c", '/'}, {"\\", '/'}};
-  std::string text = lower(path);
-  for (const auto& [escape, character] : readings)
-    for (std::size_t at = 0; (at = text.find(escape, at)) != std::string::npos; ++at)
-      text.replace(at, escape.size(), 1, character);
-  return text;
-}
-
-/// Whether a part of the path, less the parameters behind a semicolon, is "." or "..".
-bool hasDotSegment(std::string_view path) {
-  const std::string text = asLenientlyRead(path);
-  for (std::size_t start = 0; start <= text.size();) {
-    const std::size_t end = std::min(text.find('/', start), text.size());
-    const std::string_view segment = std::string_view(text).substr(start, end - start);
-    const std::string_view name = segment.substr(0, segment.find(';'));
-    if (name == "." || name == "..") return true;
-    start = end + 1;
-  }
-  return false;
 }
 
 void checkPath(std::string_view path) {
@@ -117,80 +31,99 @@ void checkPath(std::string_view path) {
   if (hasDotSegment(path)) refuse("leaves its place with a dot segment");
 }
 
-const data_t* findEntry(const map_t& map, const char* key) {
-  const auto entry = map.find(data_t(key));
+using Key = TransportKeys::Key;
+
+const data_t* findEntry(const map_t& map, const Key& key) {
+  const auto entry = map.find(key);
   return entry == map.end() ? nullptr : &entry->second;
 }
 
-const char* readText(const map_t& map, const char* key) {
-  const data_t* value = findEntry(map, key);
-  if (!value) throw RequestRefused(std::string("The request has no http.") + key);
+const char* readText(const map_t& http, const Key& key) {
+  const data_t* value = findEntry(http, key);
+  if (!value) throw RequestRefused("The request has no http." + key.get<std::string>());
   if (!value->isString())
-    throw RequestRefused(std::string("http.") + key + " is not a string but " + value->type_name());
+    throw RequestRefused("http." + key.get<std::string>() + " is not a string but " + value->type_name());
   return value->get<const char*>();
 }
 
-/// A scalar as the text of a parameter, header or cookie.
-std::string scalarText(const data_t& value, const std::string& what) {
+/// A scalar as the text of a parameter, header or cookie. `describe` tells what it is.
+template <class Describe>
+std::string scalarText(const data_t& value, const Describe& describe) {
   if (value.isString()) return value.get<std::string>();
   if (!value.is(Tag::boolean) && !value.is(Tag::integer) && !value.is(Tag::number))
-    throw RequestRefused(what + " is neither text nor number but " + value.type_name());
+    throw RequestRefused(describe() + " is neither text nor number but " + value.type_name());
   return toJson(value);
 }
 
 /// Calls `visit` with name and text of each entry of http[key], by name. Empty values are left out.
 template <class Visit>
-void forEachNamed(const map_t& http, const char* key, const std::string& kind, const Visit& visit) {
+void forEachNamed(const map_t& http, const Key& key, const char* kind, const Visit& visit) {
   const data_t* container = findEntry(http, key);
   if (!container || container->empty()) return;
   if (!container->is(Tag::map))
-    throw RequestRefused(std::string("http.") + key + " is not a map but " + container->type_name());
+    throw RequestRefused("http." + key.get<std::string>() + " is not a map but " + container->type_name());
+  const auto& map = container->get<map_t>();
   std::vector<std::pair<std::string, const data_t*>> entries;
-  for (const auto& entry : container->get<map_t>()) entries.emplace_back(scalarText(entry.first, kind), &entry.second);
+  entries.reserve(map.size());
+  for (const auto& entry : map)
+    entries.emplace_back(scalarText(entry.first, [&] { return std::string(kind); }), &entry.second);
   std::sort(entries.begin(), entries.end());
-  for (const auto& [name, value] : entries)
-    if (!value->empty()) visit(name, scalarText(*value, "The " + kind + " \"" + name + "\""));
+  for (const auto& [name, value] : entries) {
+    if (value->empty()) continue;
+    const auto describe = [&, &name = name] { return std::string("The ") + kind + " \"" + name + "\""; };
+    visit(name, scalarText(*value, describe));
+  }
 }
 
-std::string makeQuery(const map_t& http) {
-  std::string query;
-  forEachNamed(http, "queryString", "query parameter", [&](const std::string& name, const std::string& value) {
-    query += query.empty() ? '?' : '&';
-    query += encodedQueryText(name) + "=" + encodedQueryText(value);
+void appendQuery(std::string& url, const map_t& http, const TransportKeys& keys) {
+  char separator = '?';
+  forEachNamed(http, keys.queryString, "query parameter", [&](const std::string& name, const std::string& value) {
+    url += std::exchange(separator, '&');
+    appendEncodedQueryText(url, name);
+    url += '=';
+    appendEncodedQueryText(url, value);
   });
-  return query;
 }
 
 /// Headers of the connection and of the message's frame are the transport's own.
-bool isReserved(const std::string& lowerName) {
-  static constexpr std::array reserved = {
+bool isReserved(std::string_view name) {
+  static constexpr std::array<std::string_view, 10> reserved = {
       "host", "content-length", "transfer-encoding", "connection", "keep-alive",
       "te",   "trailer",        "upgrade",           "expect",     "http2-settings"};
-  return lowerName.starts_with("proxy-") || std::find(reserved.begin(), reserved.end(), lowerName) != reserved.end();
+  return isSameName(name.substr(0, 6), "proxy-") ||
+         std::any_of(reserved.begin(), reserved.end(), [&](std::string_view other) { return isSameName(name, other); });
 }
 
 /// Collects headers; of a name given twice the first stays.
 class HeaderList {
  public:
-  void add(const std::string& name, const std::string& value) {
+  void add(std::string_view name, std::string_view value) {
     if (!isToken(name)) throw RequestRefused("The header name " + quoted(name) + " is not a token");
     // The value may be a secret, so the message doesn't show it.
-    if (hasControlCharacter(value)) throw RequestRefused("The header \"" + name + "\" holds a control character");
-    if (std::find(names.begin(), names.end(), lower(name)) != names.end()) return;
-    names.push_back(lower(name));
+    if (hasControlCharacter(value))
+      throw RequestRefused("The header \"" + std::string(name) + "\" holds a control character");
+    if (has(name)) return;
+    std::string& line = lines.emplace_back();
+    line.reserve(name.size() + 2 + value.size());
     // Without a value libcurl takes "Name:" as "leave it out" and "Name;" as "send it empty".
-    lines.push_back(value.empty() ? name + ";" : name + ": " + value);
+    line.append(name).append(value.empty() ? ";" : ": ").append(value);
   }
 
   std::vector<std::string> lines;
 
  private:
-  std::vector<std::string> names;
+  bool has(std::string_view name) const {
+    // A token holds neither of the two that end it in a line.
+    return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
+      return line.size() > name.size() && (line[name.size()] == ':' || line[name.size()] == ';') &&
+             isSameName(std::string_view(line).substr(0, name.size()), name);
+    });
+  }
 };
 
-std::string makeCookies(const map_t& http) {
+std::string makeCookies(const map_t& http, const TransportKeys& keys) {
   std::string cookies;
-  forEachNamed(http, "cookies", "cookie", [&](const std::string& name, const std::string& value) {
+  forEachNamed(http, keys.cookies, "cookie", [&](const std::string& name, const std::string& value) {
     if (!isToken(name)) throw RequestRefused("The cookie name " + quoted(name) + " is not a token");
     if (hasControlCharacter(value) || value.find_first_of("\";,\\ ") != std::string::npos)
       throw RequestRefused("The cookie \"" + name + "\" holds a character that no cookie may hold");
@@ -199,17 +132,20 @@ std::string makeCookies(const map_t& http) {
   return cookies;
 }
 
-std::vector<std::string> makeHeaders(const Message& message, const map_t& http, bool hasBody) {
+std::vector<std::string> makeHeaders(const Message& message, const map_t& http, bool hasBody,
+                                     const TransportKeys& keys) {
   HeaderList headers;
-  forEachNamed(http, "headers", "header", [&](const std::string& name, const std::string& value) {
-    if (isReserved(lower(name))) throw RequestRefused("The header \"" + name + "\" belongs to the transport");
+  headers.lines.reserve(4);
+  forEachNamed(http, keys.headers, "header", [&](const std::string& name, const std::string& value) {
+    if (isReserved(name)) throw RequestRefused("The header \"" + name + "\" belongs to the transport");
     headers.add(name, value);
   });
-  if (const std::string cookies = makeCookies(http); !cookies.empty()) headers.add("Cookie", cookies);
+  if (const std::string cookies = makeCookies(http, keys); !cookies.empty()) headers.add("Cookie", cookies);
   headers.add("Accept", "application/json");
   if (hasBody) {
-    const data_t* contentType = findEntry(message.getMetadataMap(), "contentType");
-    headers.add("Content-Type", contentType ? scalarText(*contentType, "contentType") : "application/json");
+    const data_t* contentType = findEntry(message.getMetadataMap(), keys.contentType);
+    headers.add("Content-Type",
+                contentType ? scalarText(*contentType, [] { return std::string("contentType"); }) : "application/json");
   }
   return std::move(headers.lines);
 }
@@ -250,20 +186,23 @@ std::string checkedPlatform(const std::string& address) {
   return whole;
 }
 
-HttpRequest makeHttpRequest(const Message& message, const std::string& platform) {
-  const data_t* http = findEntry(message.getMetadataMap(), "http");
+HttpRequest makeHttpRequest(const Message& message, const std::string& platform, const TransportKeys& keys) {
+  const data_t* http = findEntry(message.getMetadataMap(), keys.http);
   if (!http || !http->is(Tag::map)) throw RequestRefused("The request has no http map");
   const map_t& parts = http->get<map_t>();
 
   HttpRequest request;
-  request.method = readText(parts, "method");
+  request.method = readText(parts, keys.method);
   const bool hasBody = request.method == "POST" || request.method == "PUT";
   if (!hasBody && request.method != "GET" && request.method != "DELETE")
     throw RequestRefused("The method " + quoted(request.method) + " is none of GET, PUT, POST and DELETE");
-  const std::string_view path = readText(parts, "path");
+  const std::string_view path = readText(parts, keys.path);
   checkPath(path);
-  request.url = platform + encodedPath(path) + makeQuery(parts);
-  request.headers = makeHeaders(message, parts, hasBody);
+  request.url.reserve(platform.size() + path.size());
+  request.url = platform;
+  appendEncodedPath(request.url, path);
+  appendQuery(request.url, parts, keys);
+  request.headers = makeHeaders(message, parts, hasBody, keys);
   if (hasBody) request.body = makeBody(message.getPayload());
   return request;
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "chainrunner/TransportKeys.h"
 #include "chainrunner/values.h"
 
 namespace chainrunner {
@@ -31,6 +32,6 @@ std::string checkedPlatform(const std::string& address);
 /// RequestRefused when the message has no usable "http" map, when its path leaves the platform, when a header, cookie
 /// or path could break out of its place (control characters, "//host", headers of the connection), or when the payload
 /// has no JSON form. [any thread]
-HttpRequest makeHttpRequest(const Message& message, const std::string& platform);
+HttpRequest makeHttpRequest(const Message& message, const std::string& platform, const TransportKeys& keys);
 
 }  // namespace chainrunner

@@ -1,5 +1,7 @@
 #include "chainrunner/utf8.h"
 
+#include <algorithm>
+
 namespace chainrunner {
 
 namespace {
@@ -34,6 +36,9 @@ std::size_t utf8CharacterLength(std::string_view text) {
 std::string repairedUtf8(std::string_view text) {
   std::string out;
   out.reserve(text.size());
+  const auto firstOther = std::find_if(text.begin(), text.end(), [](char byte) { return (byte & 0x80) != 0; });
+  out.append(text.begin(), firstOther);
+  text.remove_prefix(out.size());
   while (!text.empty()) {
     const std::size_t length = utf8CharacterLength(text);
     out += length == 0 ? std::string_view("\xEF\xBF\xBD") : text.substr(0, length);

@@ -80,7 +80,7 @@ class HttpTransportTest : public testing::Test {
     const Message taken(std::move(message));
     {
       const std::lock_guard lock(mutex);
-      answers[id].push_back({answerStatus(taken), toJson(taken.getPayload())});
+      answers[id].push_back({answerStatus(taken, TransportKeys()), toJson(taken.getPayload())});
     }
     atAnswer(id);
   }

@@ -212,5 +212,66 @@ TEST_F(HttpTransportTest, CancelAnswersAllAndFreesTheSender) {
   over.set_value();
 }
 
+TEST_F(HttpTransportTest, CancelFreesAllSendersThatWait) {
+  std::promise<void> over;
+  const std::shared_future<void> isOver = over.get_future().share();
+  ScriptedServer server([&](const Received&, const Connection&) {
+    isOver.wait();
+    return false;
+  });
+  options.inFlight = 2;
+  connect(server.url());
+  std::vector<std::thread> senders;
+  for (int sender = 0; sender < 5; ++sender)
+    senders.emplace_back([this, sender] {
+      for (int i = 0; i < 4; ++i) send(sender * 4 + i, "GET", "/a");
+    });
+  while (server.received().size() < 2) std::this_thread::sleep_for(milliseconds(1));
+  transport->cancel();
+  for (std::thread& sender : senders) sender.join();
+  for (int id = 0; id < 20; ++id) EXPECT_EQ(answerTo(id).status, "503 transport/cancelled") << id;
+  over.set_value();
+}
+
+TEST_F(HttpTransportTest, AnswersAllOfManySendersInLittleRoom) {
+  ScriptedServer server([](const Received&, const Connection& connection) {
+    connection.answer(200, "{}");
+    return true;
+  });
+  options.inFlight = 3;
+  options.connections = 2;
+  connect(server.url());
+  constexpr int perSender = 100;
+  std::vector<std::thread> senders;
+  for (int sender = 0; sender < 6; ++sender)
+    senders.emplace_back([this, sender] {
+      for (int i = 0; i < perSender; ++i) send(sender * perSender + i, "POST", i % 10 ? "/a" : "//refused");
+    });
+  for (std::thread& sender : senders) sender.join();
+  for (int id = 0; id < 6 * perSender; ++id)
+    EXPECT_EQ(answerTo(id).status, id % 10 ? "200" : "400 transport/refused") << id;
+}
+
+TEST_F(HttpTransportTest, LetsSendersGoOnWhileWalksTakeMostOfTheRoom) {
+  ScriptedServer server([](const Received&, const Connection& connection) {
+    connection.answer(200, "{}");
+    return true;
+  });
+  options.inFlight = 4;
+  options.connections = 1;
+  // Three walks that go on until the last of the sender's requests is answered.
+  constexpr std::int64_t last = 10;
+  std::atomic<bool> isOver{false};
+  std::atomic<std::int64_t> page{1000};
+  atAnswer = [&](std::int64_t id) {
+    if (id == last) isOver = true;
+    if (id >= 1000 && !isOver) send(++page, "GET", "/page/" + std::to_string(page));
+  };
+  connect(server.url());
+  for (int walk = 0; walk < 3; ++walk) send(++page, "GET", "/walk");
+  for (std::int64_t id = 1; id <= last; ++id) send(id, "GET", "/a");
+  for (std::int64_t id = 1; id <= last; ++id) EXPECT_EQ(answerTo(id).status, "200") << id;
+}
+
 }  // namespace
 }  // namespace chainrunner

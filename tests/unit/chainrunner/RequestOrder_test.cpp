@@ -94,5 +94,40 @@ TEST_F(RequestOrderTest, IgnoresTheEndOfAnUnknownRequest) {
   EXPECT_EQ(startable(), Ids{1});
 }
 
+TEST_F(RequestOrderTest, IgnoresTheEndOfARequestThatWasNotStarted) {
+  add(1, "a");
+  startable();
+  add(2, "a");
+  add(3);
+  order.finish(2);
+  order.finish(3);
+  EXPECT_EQ(startable(), Ids{3});
+  order.finish(1);
+  EXPECT_EQ(startable(), Ids{2});
+}
+
+TEST_F(RequestOrderTest, StartsWhatCameFirstWhenItsKeyIsFree) {
+  add(1, "a");
+  EXPECT_EQ(startable(), Ids{1});
+  add(2, "a");
+  add(3);
+  order.finish(1);
+  EXPECT_EQ(startable(), (Ids{2, 3}));
+}
+
+TEST_F(RequestOrderTest, ForgetsAllAtOnce) {
+  add(1, "a");
+  startable();
+  add(2, "a");
+  addBarrier(3);
+  add(4);
+  order.clear();
+  add(5, "a");
+  addBarrier(6);
+  EXPECT_EQ(startable(), Ids{5});
+  order.finish(5);
+  EXPECT_EQ(startable(), Ids{6});
+}
+
 }  // namespace
 }  // namespace chainrunner

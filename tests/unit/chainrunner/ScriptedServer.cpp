@@ -92,6 +92,7 @@ void ScriptedServer::serve(int socket) {
   const std::lock_guard lock(mutex);
   std::erase(sockets, socket);
   close(socket);
+  ++closedCount;
 }
 
 bool ScriptedServer::readRequest(int socket, std::string& buffer, Received& request) const {

@@ -44,6 +44,8 @@ class ScriptedServer {
   /// All requests so far, in the order they came.
   std::vector<Received> received() const;
   int connections() const { return connectionCount; }
+  /// Connections that the server has closed.
+  int closedConnections() const { return closedCount; }
 
  private:
   void accept();
@@ -54,6 +56,7 @@ class ScriptedServer {
   unsigned short port = 0;
   int listener;
   std::atomic<int> connectionCount{0};
+  std::atomic<int> closedCount{0};
   mutable std::mutex mutex;
   std::vector<Received> requests;
   std::vector<int> sockets;

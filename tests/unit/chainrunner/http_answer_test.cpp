@@ -16,7 +16,7 @@ std::string textOf(Message message) {
 }
 
 std::string answered(HttpAnswer answer) {
-  return textOf(makeAnswer({data_t(std::int64_t{7}), 1.5}, std::move(answer), "GET /a", JsonLimits()));
+  return textOf(makeAnswer({data_t(std::int64_t{7}), 1.5}, std::move(answer), "GET /a", JsonLimits(), TransportKeys()));
 }
 
 std::string sorted(const char* json) {
@@ -85,7 +85,8 @@ TEST(HttpAnswerTest, TurnsATextWithNulIntoAFailure) {
 
 TEST(HttpAnswerTest, NamesTheReasonOfEachFailureStatus) {
   const auto reasonOf = [](std::int64_t status) {
-    const Message message = makeFailureAnswer({data_t(std::int64_t{1}), 0}, {status, "transport/x", "m"});
+    const Message message =
+        makeFailureAnswer({data_t(std::int64_t{1}), 0}, {status, "transport/x", "m"}, TransportKeys());
     return message.getMetadataMap().at(data_t("http")).get<map_t>().at(data_t("statusReason")).get<std::string>();
   };
   EXPECT_EQ(reasonOf(400), "Bad Request");
@@ -95,10 +96,12 @@ TEST(HttpAnswerTest, NamesTheReasonOfEachFailureStatus) {
 }
 
 TEST(HttpAnswerTest, IsCountedByStatusAndFailure) {
-  EXPECT_EQ(answerStatus(makeFailureAnswer({data_t(std::int64_t{1}), 0}, {504, "transport/timeout", "m"})),
+  const TransportKeys keys;
+  EXPECT_EQ(answerStatus(makeFailureAnswer({data_t(std::int64_t{1}), 0}, {504, "transport/timeout", "m"}, keys), keys),
             "504 transport/timeout");
   EXPECT_EQ(answerStatus(makeAnswer({data_t(std::int64_t{1}), 0},
-                                    {422, "", "a/json", "", R"({"error": "unprocessable"})"}, "", JsonLimits())),
+                                    {422, "", "a/json", "", R"({"error": "unprocessable"})"}, "", JsonLimits(), keys),
+                         keys),
             "422");
 }
 

@@ -20,14 +20,14 @@ Message messageOf(const std::string& http, const std::string& payload = "null", 
 
 std::string refusalOf(const std::string& http, const std::string& payload = "null") {
   try {
-    return "no refusal: " + makeHttpRequest(messageOf(http, payload), platform).url;
+    return "no refusal: " + makeHttpRequest(messageOf(http, payload), platform, TransportKeys()).url;
   } catch (const RequestRefused& refusal) {
     return refusal.what();
   }
 }
 
 std::string urlOf(const std::string& http) {
-  return makeHttpRequest(messageOf(http), platform).url;
+  return makeHttpRequest(messageOf(http), platform, TransportKeys()).url;
 }
 
 using Lines = std::vector<std::string>;
@@ -36,7 +36,7 @@ TEST(HttpRequestTest, WritesAPost) {
   const HttpRequest request =
       makeHttpRequest(messageOf(R"({"method": "POST", "path": "/a/b", "headers": {"authorization": "Basic eA=="}})",
                                 R"({"x": 1})", "a/b+json"),
-                      platform);
+                      platform, TransportKeys());
   EXPECT_EQ(request.method, "POST");
   EXPECT_EQ(request.url, "http://platform:81/base/a/b");
   EXPECT_EQ(request.headers,
@@ -45,27 +45,27 @@ TEST(HttpRequestTest, WritesAPost) {
 }
 
 TEST(HttpRequestTest, SendsNoBodyWithAGet) {
-  const HttpRequest request =
-      makeHttpRequest(messageOf(R"({"method": "GET", "path": "/a"})", R"({"x": 1})", "a/b+json"), platform);
+  const HttpRequest request = makeHttpRequest(
+      messageOf(R"({"method": "GET", "path": "/a"})", R"({"x": 1})", "a/b+json"), platform, TransportKeys());
   EXPECT_EQ(request.headers, (Lines{"Accept: application/json"}));
   EXPECT_EQ(request.body, "");
 }
 
 TEST(HttpRequestTest, KeepsTheEventsOwnAcceptHeader) {
-  const HttpRequest request =
-      makeHttpRequest(messageOf(R"({"method": "GET", "path": "/a", "headers": {"accept": "text/plain"}})"), platform);
+  const HttpRequest request = makeHttpRequest(
+      messageOf(R"({"method": "GET", "path": "/a", "headers": {"accept": "text/plain"}})"), platform, TransportKeys());
   EXPECT_EQ(request.headers, (Lines{"accept: text/plain"}));
 }
 
 TEST(HttpRequestTest, SendsAnEmptyHeaderAsEmpty) {
-  const HttpRequest request =
-      makeHttpRequest(messageOf(R"({"method": "GET", "path": "/a", "headers": {"X-Empty": ""}})"), platform);
+  const HttpRequest request = makeHttpRequest(
+      messageOf(R"({"method": "GET", "path": "/a", "headers": {"X-Empty": ""}})"), platform, TransportKeys());
   EXPECT_EQ(request.headers, (Lines{"X-Empty;", "Accept: application/json"}));
 }
 
 TEST(HttpRequestTest, JoinsCookies) {
-  const HttpRequest request =
-      makeHttpRequest(messageOf(R"({"method": "GET", "path": "/a", "cookies": {"b": "2", "a": 1}})"), platform);
+  const HttpRequest request = makeHttpRequest(
+      messageOf(R"({"method": "GET", "path": "/a", "cookies": {"b": "2", "a": 1}})"), platform, TransportKeys());
   EXPECT_EQ(request.headers, (Lines{"Cookie: a=1; b=2", "Accept: application/json"}));
 }
 
@@ -175,7 +175,7 @@ TEST(HttpRequestTest, RefusesAPayloadWithoutAJsonForm) {
   Message message = messageOf(R"({"method": "POST", "path": "/a"})");
   message.setPayload(data_t(HUGE_VAL));
   try {
-    makeHttpRequest(message, platform);
+    makeHttpRequest(message, platform, TransportKeys());
     FAIL() << "nothing was thrown";
   } catch (const RequestRefused& refusal) {
     EXPECT_STREQ(refusal.what(), "The payload can't be sent: A number that is not finite has no JSON form");
