@@ -10,13 +10,24 @@
 namespace com::tallowmere::connectivity10_15_4 {
 
 /// A ready-made key: an owned string that keeps its hash, computed once by the host's qel_hash_string. Maps look it up
-/// without hashing. Is not changed after its construction. [any thread]
+/// without hashing. Is not changed after its construction; a move leaves the key of nothing behind. [any thread]
 class hashed_key : public data_t {
  public:
   /// The empty value: the key of nothing.
   hashed_key() noexcept : keyHash(tableSeed) {}
   explicit hashed_key(const char* text) : data_t(text), keyHash(hashOf(*this)) {}
   explicit hashed_key(const std::string& text) : hashed_key(text.c_str()) {}
+
+  hashed_key(hashed_key&& other) noexcept
+      : data_t(std::move(other)), keyHash(std::exchange(other.keyHash, tableSeed)) {}
+  hashed_key& operator=(hashed_key&& other) noexcept {
+    data_t::operator=(std::move(other));
+    keyHash = std::exchange(other.keyHash, tableSeed);
+    return *this;
+  }
+  hashed_key(const hashed_key&) = delete;
+  hashed_key& operator=(const hashed_key&) = delete;
+  ~hashed_key() = default;
 
   /// The hash under which tables hold the key.
   std::uint64_t hash() const noexcept { return keyHash; }

@@ -59,8 +59,8 @@ class map_t {
   bool contains(const data_t& key) const;
   bool contains(const hashed_key& key) const;
 
-  /// The value of the key, which is inserted with an empty value when absent. Throws std::runtime_error "Cannot use
-  /// custom values as a key" or "Cannot have a null key".
+  /// The value of the key, which is inserted with an empty value when absent. The key may not lie in this map. Throws
+  /// std::runtime_error "Cannot use custom values as a key" or "Cannot have a null key".
   data_t& operator[](data_t&& key);
 
   /// The same through a copy of the key, except that an empty key is stored like any other.
@@ -73,15 +73,15 @@ class map_t {
   data_t& at(const hashed_key& key);
 
   /// Adds an entry. An existing entry of the key stays as it is, and the rejected key and value are destroyed. Gives
-  /// the entry and whether it is new. Throws std::runtime_error "Cannot use custom values as a key" or "Cannot have a
-  /// null key".
+  /// the entry and whether it is new. Neither argument may lie in this map, whose growth moves what is in it. Throws
+  /// std::runtime_error "Cannot use custom values as a key" or "Cannot have a null key".
   std::pair<iterator, bool> insert(data_t&& key, data_t&& value);
 
   /// The same with a key that is copied only if its entry is new.
   std::pair<iterator, bool> insert(const hashed_key& key, data_t&& value);
 
-  /// Gives the key the value, in place of an earlier one if it has one, and returns where it is now. Throws
-  /// std::runtime_error "Cannot have a null key".
+  /// Gives the key the value, in place of an earlier one if it has one, and returns where it is now. The value may not
+  /// lie in this map. Throws std::runtime_error "Cannot have a null key".
   data_t& set(const hashed_key& key, data_t&& value);
 
   /// Removes the entry, which becomes a tombstone; `end()` does nothing. An iterator of another map is reported with

@@ -42,6 +42,19 @@ TEST_F(HashedKeyTest, OfNothingIsTheEmptyValue) {
   EXPECT_TRUE(map.contains(nothing));
 }
 
+TEST_F(HashedKeyTest, MovesWithItsHash) {
+  hashed_key source("name"), target;
+  target = hashed_key(std::move(source));
+  EXPECT_EQ(target.get<std::string>(), "name");
+  EXPECT_EQ(target.hash(), name.hash());
+  const hashed_key nothing;
+  map_t map;
+  map[nothing] = true;
+  EXPECT_FALSE(map.contains(target));
+  EXPECT_TRUE(source.empty());
+  EXPECT_TRUE(map.contains(source)) << "what is left is the key of nothing";
+}
+
 TEST_F(HashedKeyTest, FindsWhatAPlainKeyStored) {
   map_t map;
   map.insert("name", std::int64_t{1});
@@ -70,6 +83,20 @@ TEST_F(HashedKeyTest, IsAnotherKeyThanABorrowedString) {
   map_t map;
   map.insert(borrowed("name"), std::int64_t{1});
   EXPECT_FALSE(map.contains(name));
+}
+
+TEST_F(HashedKeyTest, IsStoredBesideABorrowedString) {
+  map_t map;
+  map.insert(borrowed("name"), std::int64_t{1});
+  map.set(name, std::int64_t{2});
+  EXPECT_EQ(map.size(), 2u);
+  EXPECT_EQ(map.at(borrowed("name")).get<std::int64_t>(), 1);
+  EXPECT_EQ(map.at(name).get<std::int64_t>(), 2);
+  map.erase(name);
+  EXPECT_TRUE(map.insert(name, std::int64_t{3}).second);
+  EXPECT_TRUE(map.erase(name));
+  EXPECT_EQ(map.size(), 1u);
+  EXPECT_EQ(map.at(borrowed("name")).get<std::int64_t>(), 1);
 }
 
 TEST_F(HashedKeyTest, WithoutAnEntryFails) {
