@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "connectivity/hashed_key.h"
 #include "connectivity/map_t.h"
 #include "tests/support/MapBuilder.h"
 #include "tests/support/TestHost.h"
@@ -16,6 +17,7 @@ namespace tests {
 namespace {
 
 using product::data_t;
+using product::hashed_key;
 using product::map_t;
 using Numbers = std::vector<std::uint64_t>;
 
@@ -89,13 +91,92 @@ TEST(HostBuiltMapTest, BlockWithoutSlotsBehavesLikeNone) {
 }
 
 TEST(HostBuiltMapTest, OddCapacityIsProbedByModulo) {
+  for (int number = 0; number < 16; ++number) {
+    const std::string key = "key" + std::to_string(number);
+    map_t map = adoptMap(MapBuilder(11).build());
+    map[data_t(key)] = true;
+    EXPECT_EQ(map.header()->capacity, 11u);
+    EXPECT_EQ(slotOf(map, key), qel_hash_string(key.c_str()) % 11);
+    EXPECT_TRUE(map.contains(data_t(key)));
+  }
+}
+
+TEST(HostBuiltMapTest, EntriesOfAnOddCapacityAreFoundAmongOthers) {
   MapBuilder builder(11);
   for (int number = 0; number < 8; ++number) builder.put("key" + std::to_string(number), integerValue(number));
   map_t map = adoptMap(builder.build());
-  for (int number = 0; number < 8; ++number) EXPECT_TRUE(map.contains(data_t("key" + std::to_string(number))));
   map["new"] = true;
   EXPECT_EQ(map.header()->capacity, 11u);
-  EXPECT_EQ(slotOf(map, "new").has_value(), true);
+  EXPECT_TRUE(map.contains("new"));
+  for (int number = 0; number < 8; ++number) EXPECT_TRUE(map.contains(data_t("key" + std::to_string(number))));
+}
+
+// ---- by a ready-made key
+
+TEST(HostBuiltMapTest, BlockWithoutSlotsTakesAReadyMadeKey) {
+  const hashed_key key("a");
+  map_t map = adoptMap(mapValue(qel_allocate_map(0)));
+  TestHost::takeFaults();
+  EXPECT_TRUE(map.find(key) == map.end());
+  TestHost::forgetCalls();
+  map.set(key, true);
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{8}));
+  EXPECT_EQ(toJson(map), R"({"a":true})");
+}
+
+TEST(HostBuiltMapTest, FullTableIsSearchedForAReadyMadeKey) {
+  MapBuilder builder(8);
+  const map_t map = adoptMap(fillAll(builder).build());
+  EXPECT_FALSE(map.contains(hashed_key("absent")));
+  for (int number = 0; number < 8; ++number)
+    EXPECT_EQ(map.at(hashed_key("key" + std::to_string(number))).get<std::int64_t>(), number);
+}
+
+TEST(HostBuiltMapTest, FullTableTakesAnExistingReadyMadeKeyAsItIs) {
+  MapBuilder builder(8);
+  map_t map = adoptMap(fillAll(builder).build());
+  TestHost::forgetCalls();
+  map.set(hashed_key("key3"), "changed");
+  EXPECT_FALSE(map.insert(hashed_key("key4"), "rejected").second);
+  EXPECT_EQ(TestHost::calls(HostCall::qel_reallocate_map), 0u);
+  EXPECT_STREQ(map.at("key3").get<const char*>(), "changed");
+  EXPECT_EQ(map.at("key4").get<std::int64_t>(), 4);
+}
+
+TEST(HostBuiltMapTest, FullTableIsRebuiltForANewReadyMadeKey) {
+  MapBuilder builder(8);
+  map_t map = adoptMap(fillAll(builder).build());
+  TestHost::forgetCalls();
+  map.set(hashed_key("new"), true);
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{18}));
+  EXPECT_EQ(map.size(), 9u);
+  EXPECT_TRUE(map.contains("new"));
+}
+
+TEST(HostBuiltMapTest, OddCapacityTakesAReadyMadeKeyByModulo) {
+  for (int number = 0; number < 16; ++number) {
+    const hashed_key key("key" + std::to_string(number));
+    map_t map = adoptMap(MapBuilder(11).build());
+    map.set(key, true);
+    EXPECT_EQ(slotOf(map, key.get<std::string>()), key.hash() % 11);
+    EXPECT_TRUE(map.contains(key));
+  }
+}
+
+// A header that counts fewer entries than there are asks for no rebuild, though no slot is free.
+TEST(HostBuiltMapTest, FullTableThatCountsTooFewIsSearchedAndRebuiltToo) {
+  MapBuilder builder(8);
+  map_t map = adoptMap(fillAll(builder).build());
+  map.header()->count = 3;
+  EXPECT_FALSE(map.contains(hashed_key("new")));
+  EXPECT_FALSE(map.contains(data_t("new")));
+  TestHost::forgetCalls();
+  map.set(hashed_key("new"), true);
+  TestHost::takeFaults();  // the host notices its own miscount
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{8, 18}));
+  EXPECT_EQ(map.size(), 9u);
+  EXPECT_TRUE(map.contains("new"));
+  EXPECT_TRUE(map.contains("key7"));
 }
 
 TEST(HostBuiltMapTest, EntriesAreReadChangedAndErased) {

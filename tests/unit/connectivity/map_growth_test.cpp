@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "connectivity/hashed_key.h"
 #include "connectivity/map_t.h"
 #include "tests/support/TestHost.h"
 #include "tests/unit/connectivity/made_values.h"
@@ -16,11 +17,16 @@ namespace tests {
 namespace {
 
 using product::data_t;
+using product::hashed_key;
 using product::map_t;
 using Numbers = std::vector<std::uint64_t>;
 
 void insertNumbers(map_t& map, std::int64_t from, std::int64_t to) {
   for (std::int64_t number = from; number < to; ++number) map.insert(integer(number), integer(number));
+}
+
+void setTexts(map_t& map, std::int64_t from, std::int64_t to) {
+  for (std::int64_t number = from; number < to; ++number) map.set(hashed_key(std::to_string(number)), integer(number));
 }
 
 void eraseNumbers(map_t& map, std::int64_t from, std::int64_t to) {
@@ -64,6 +70,24 @@ TEST(MapGrowthTest, ACopiedKeyGrowsTheTableAlike) {
   EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{16, 28, 46, 72, 112}));
 }
 
+TEST(MapGrowthTest, AReadyMadeKeyGrowsTheTableAlike) {
+  TestHost::forgetCalls();
+  map_t map;
+  setTexts(map, 0, 80);
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_allocate_map), (Numbers{8}));
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{16, 28, 46, 72, 112}));
+}
+
+TEST(MapGrowthTest, AReadyMadeKeyThatExistsDoesNotGrowTheTable) {
+  map_t map;
+  setTexts(map, 0, 7);
+  TestHost::forgetCalls();
+  map.set(hashed_key("3"), integer(0));
+  map.insert(hashed_key("4"), integer(0));
+  EXPECT_EQ(TestHost::calls(HostCall::qel_reallocate_map), 0u);
+  EXPECT_EQ(toJson(map), R"({"0":0,"1":1,"2":2,"3":0,"4":4,"5":5,"6":6})");
+}
+
 TEST(MapGrowthTest, AnExistingKeyDoesNotGrowTheTable) {
   map_t map;
   insertNumbers(map, 0, 7);
@@ -84,6 +108,23 @@ TEST(MapGrowthTest, AReusedTombstoneStillCounts) {
   EXPECT_EQ(map.header()->tombstones, 6u);
   EXPECT_EQ(map.size(), 1u);
   EXPECT_EQ(TestHost::calls(HostCall::qel_reallocate_map), 0u);
+}
+
+TEST(MapGrowthTest, ATombstoneReusedByAReadyMadeKeyStillCounts) {
+  TestHost::useHash([](std::string_view) { return std::uint64_t{3}; });
+  map_t map;
+  setTexts(map, 0, 6);
+  for (std::int64_t number = 0; number < 6; ++number) map.erase(hashed_key(std::to_string(number)));
+  TestHost::forgetCalls();
+  map.set(hashed_key("new"), integer(6));
+  EXPECT_EQ(slotOf(map, "new"), 3u);
+  EXPECT_EQ(map.header()->tombstones, 6u);
+  EXPECT_EQ(map.size(), 1u);
+  EXPECT_EQ(TestHost::calls(HostCall::qel_reallocate_map), 0u);
+  map.set(hashed_key("newer"), integer(7));
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{8}));
+  EXPECT_EQ(map.header()->tombstones, 0u);
+  EXPECT_EQ(toJson(map), R"({"new":6,"newer":7})");
 }
 
 TEST(MapGrowthTest, TombstonesAreThrownOutByARebuildAtTheSameSize) {
@@ -108,12 +149,6 @@ TEST(MapGrowthTest, ATableFullOfTombstonesIsRebuiltSmaller) {
   EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (Numbers{18}));
   EXPECT_EQ(map.header()->capacity, 18u);
   EXPECT_EQ(map.size(), 9u);
-}
-
-TEST(MapGrowthTest, ARebuildKeepsTheName) {
-  map_t map(8, "name");
-  insertNumbers(map, 0, 20);
-  EXPECT_STREQ(map.name(), "name");
 }
 
 TEST(MapGrowthTest, AValueIsFoundWhereTheRebuiltTableHasIt) {

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "connectivity/hashed_key.h"
 #include "connectivity/map_t.h"
 #include "connectivity/value_hash.h"
 #include "tests/support/TestHost.h"
@@ -20,10 +21,27 @@ namespace tests {
 namespace {
 
 using product::data_t;
+using product::hashed_key;
 using product::map_t;
 using Model = std::map<std::string, std::int64_t>;
 
-enum class Action { insert, index, indexByCopy, erase, eraseByIterator, take, find, reserve, copy, move };
+enum class Action {
+  insert,
+  insertReadyMade,
+  set,
+  index,
+  indexByCopy,
+  erase,
+  eraseReadyMade,
+  eraseByIterator,
+  take,
+  takeReadyMade,
+  find,
+  findReadyMade,
+  reserve,
+  copy,
+  move
+};
 constexpr int actionCount = static_cast<int>(Action::move) + 1;
 
 struct Step {
@@ -46,12 +64,13 @@ std::string keyOf(const Step& step) {
   return std::string(static_cast<std::size_t>(step.key % 3 + 1), static_cast<char>('a' + step.key / 3));
 }
 
+template <class Key>
 void insert(map_t& map, Model& model, const std::string& key, std::int64_t value) {
-  const auto [position, isNew] = map.insert(data_t(key), integer(value));
+  const std::pair<map_t::iterator, bool> inserted = map.insert(Key(key), integer(value));
   const auto [expected, expectedNew] = model.emplace(key, value);
-  RC_ASSERT(isNew == expectedNew);
-  RC_ASSERT(position->first.get<std::string>() == key);
-  RC_ASSERT(position->second.get<std::int64_t>() == expected->second);
+  RC_ASSERT(inserted.second == expectedNew);
+  RC_ASSERT(inserted.first->first.get<std::string>() == key);
+  RC_ASSERT(inserted.first->second.get<std::int64_t>() == expected->second);
 }
 
 void eraseByIterator(map_t& map, Model& model, const std::string& key) {
@@ -61,8 +80,9 @@ void eraseByIterator(map_t& map, Model& model, const std::string& key) {
   model.erase(key);
 }
 
+template <class Key>
 void take(map_t& map, Model& model, const std::string& key) {
-  const data_t value = map.take(data_t(key));
+  const data_t value = map.take(Key(key));
   const auto expected = model.find(key);
   RC_ASSERT(value.empty() == (expected == model.end()));
   if (expected == model.end()) return;
@@ -70,8 +90,9 @@ void take(map_t& map, Model& model, const std::string& key) {
   model.erase(expected);
 }
 
+template <class Key>
 void find(const map_t& map, const Model& model, const std::string& key) {
-  const auto position = map.find(data_t(key));
+  const map_t::const_iterator position = map.find(Key(key));
   const auto expected = model.find(key);
   RC_ASSERT((position == map.end()) == (expected == model.end()));
   if (expected != model.end()) RC_ASSERT(position->second.get<std::int64_t>() == expected->second);
@@ -81,7 +102,13 @@ void apply(const Step& step, map_t& map, Model& model) {
   const std::string key = keyOf(step);
   switch (step.action) {
     case Action::insert:
-      return insert(map, model, key, step.value);
+      return insert<data_t>(map, model, key, step.value);
+    case Action::insertReadyMade:
+      return insert<hashed_key>(map, model, key, step.value);
+    case Action::set:
+      RC_ASSERT(map.set(hashed_key(key), integer(step.value)).get<std::int64_t>() == step.value);
+      model[key] = step.value;
+      return;
     case Action::index:
       map[data_t(key)] = step.value;
       model[key] = step.value;
@@ -95,12 +122,19 @@ void apply(const Step& step, map_t& map, Model& model) {
     case Action::erase:
       RC_ASSERT(map.erase(data_t(key)) == (model.erase(key) == 1));
       return;
+    case Action::eraseReadyMade:
+      RC_ASSERT(map.erase(hashed_key(key)) == (model.erase(key) == 1));
+      return;
     case Action::eraseByIterator:
       return eraseByIterator(map, model, key);
     case Action::take:
-      return take(map, model, key);
+      return take<data_t>(map, model, key);
+    case Action::takeReadyMade:
+      return take<hashed_key>(map, model, key);
     case Action::find:
-      return find(map, model, key);
+      return find<data_t>(map, model, key);
+    case Action::findReadyMade:
+      return find<hashed_key>(map, model, key);
     case Action::reserve:
       return map.reserve(map.size() + static_cast<std::uint64_t>(step.key));
     case Action::copy:
