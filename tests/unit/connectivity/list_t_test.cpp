@@ -113,11 +113,23 @@ TEST(ListTest, TakesTheValueOutOfItsSource) {
   EXPECT_EQ(list[0].bits(), block);
 }
 
-TEST(ListTest, AppendsAnElementOfItselfWhileItGrows) {
+TEST(ListTest, KeepsWhatItHasWhenItCannotGrow) {
   list_t list = numbers(2);
-  data_t first(std::move(list[0]));
-  list.push_back(std::move(first));
-  EXPECT_EQ(toJson(list), "[null,1,0]");
+  data_t value("kept");
+  TestHost::throwFrom(HostCall::qel_reallocate_vector, [] { throw std::runtime_error("no memory"); });
+  EXPECT_EQ(failureOf([&] { list.push_back(std::move(value)); }), "no memory");
+  EXPECT_EQ(toJson(value), R"("kept")");
+  EXPECT_EQ(failureOf([&] { list.push_back(std::move(list[1])); }), "no memory");
+  EXPECT_EQ(toJson(list), "[0,1]");
+}
+
+TEST(ListTest, KeepsTheValueWhenThereIsNoBlockForIt) {
+  list_t list;
+  data_t value("kept");
+  TestHost::throwFrom(HostCall::qel_allocate_vector, [] { throw std::runtime_error("no memory"); });
+  EXPECT_EQ(failureOf([&] { list.push_back(std::move(value)); }), "no memory");
+  EXPECT_EQ(toJson(value), R"("kept")");
+  EXPECT_TRUE(list.empty());
 }
 
 TEST(ListTest, ReservesAtLeastTwo) {

@@ -5,8 +5,11 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "connectivity/hashed_key.h"
 #include "connectivity/map_t.h"
+#include "connectivity/to_string.h"
 #include "tests/support/TestHost.h"
 #include "tests/unit/connectivity/failure.h"
 #include "tests/unit/connectivity/made_values.h"
@@ -15,6 +18,7 @@ namespace tests {
 namespace {
 
 using product::data_t;
+using product::hashed_key;
 using product::map_t;
 
 constexpr const char* customKey = "Cannot use custom values as a key";
@@ -37,6 +41,49 @@ TEST(MapInsertionTest, LeavesTheMapAsItWasWhenTheKeyCannotBeCopied) {
   TestHost::throwFrom(HostCall::qel_copy_data, nullptr);
   EXPECT_EQ(map.size(), 1u);
   EXPECT_EQ(toJson(map.copy()), R"({"a":"first"})");
+}
+
+TEST(MapInsertionTest, CopiesTheKeyOnlyWhenTheTableHasRoom) {
+  map_t map;
+  for (std::int64_t number = 0; number < 7; ++number) map[integer(number)] = number;
+  const data_t key("new");
+  TestHost::forgetCalls();
+  TestHost::throwFrom(HostCall::qel_copy_data, [] { throw std::runtime_error("no memory"); });
+  EXPECT_EQ(failureOf([&] { map[key]; }), "no memory");
+  TestHost::throwFrom(HostCall::qel_copy_data, nullptr);
+  EXPECT_EQ(TestHost::arguments(HostCall::qel_reallocate_map), (std::vector<std::uint64_t>{16}));
+  EXPECT_EQ(toJson(map), R"({"$entries":[[0,0],[1,1],[2,2],[3,3],[4,4],[5,5],[6,6]]})");
+  EXPECT_EQ(map.size(), 7u);
+}
+
+class RefusedReadyMadeKeyTest : public testing::Test {
+ protected:
+  /// Whatever `insertion` leaves of a map whose host has no memory for a key, and of the value.
+  template <class Insertion>
+  void expectNothingChanged(Insertion insertion) {
+    map_t map = mapFromJson(R"({"gone": 0, "a": 1, "b": [2]})");
+    map.erase(data_t("gone"));
+    const std::string before = to_string(map);
+    data_t value("kept");
+    TestHost::throwFrom(HostCall::qel_copy_string, [] { throw std::runtime_error("no memory"); });
+    for (const hashed_key* key : {&gone, &fresh})
+      EXPECT_EQ(failureOf([&] { insertion(map, *key, std::move(value)); }), "no memory");
+    TestHost::throwFrom(HostCall::qel_copy_string, nullptr);
+    EXPECT_EQ(to_string(map), before);
+    EXPECT_EQ(toJson(map), R"({"a":1,"b":[2]})");
+    EXPECT_EQ(map.size(), 2u);
+    EXPECT_EQ(toJson(value), R"("kept")");
+  }
+
+  const hashed_key gone{"gone"}, fresh{"fresh"};
+};
+
+TEST_F(RefusedReadyMadeKeyTest, LeavesMapAndValueAsTheyWereWhenSet) {
+  expectNothingChanged([](map_t& map, const hashed_key& key, data_t&& value) { map.set(key, std::move(value)); });
+}
+
+TEST_F(RefusedReadyMadeKeyTest, LeavesMapAndValueAsTheyWereWhenInserted) {
+  expectNothingChanged([](map_t& map, const hashed_key& key, data_t&& value) { map.insert(key, std::move(value)); });
 }
 
 TEST(MapInsertionTest, KeepsKeyValueAndHashOfAnExistingEntryByIndex) {
