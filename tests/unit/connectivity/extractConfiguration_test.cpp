@@ -235,6 +235,7 @@ TEST(ConfigLeftoverTest, IsReportedWhateverItsType) {
 
 TEST(ConfigLeftoverTest, IsReportedByItsPath) {
   EXPECT_EQ(failureOfExtracting(R"({"a": {"b": {"c": 1}}})"), "Unknown configuration element a/b/c in MarlovanceCodec");
+  EXPECT_EQ(failureOfExtracting(R"({"a": {"b": null}})"), "Unknown configuration element a/b in MarlovanceCodec");
   EXPECT_EQ(failureOfExtracting(R"({"a": {"known": 1, "other": 2}})", Integer{nested{"a", "known"}, true, 0}),
             "Unknown configuration element a/other in MarlovanceCodec");
 }

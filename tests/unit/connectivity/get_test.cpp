@@ -5,6 +5,7 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
@@ -34,6 +35,9 @@ std::string shown(double value) {
 }
 std::string shown(const std::string& value) {
   return value;
+}
+std::string shown(std::string_view value) {
+  return std::string(value);
 }
 std::string shown(const char* value) {
   return value;
@@ -91,6 +95,7 @@ const Form forms[] = {
     {"Double", "double", "GetVisitor<d>.operator()(d)\n", outcomeOf<double>},
     {"Pointer", "string", "GetVisitor<PKc>.operator()(PKc)\n", outcomeOf<const char*>},
     {"StandardString", "string", "", outcomeOf<std::string>},
+    {"View", "string", "", outcomeOf<std::string_view>},
     {"List", "list",
      "GetVisitor<N3com10tallowmere19connectivity10_15_46list_tE>.operator()(N3com10tallowmere19connectivity10_15_"
      "46list_"

@@ -214,6 +214,17 @@ TEST_F(MapIteratorSwitchTest, LetsAnInvalidIteratorGoOnAsItStands) {
   EXPECT_EQ(position->second.get<std::int64_t>(), 1);
 }
 
+TEST_F(MapIteratorSwitchTest, LetsAnInvalidIteratorErase) {
+  map_t map = mapFromJson(R"({"a": 1, "b": 2})");
+  const auto position = map.find("a");
+  map["c"] = std::int64_t{3};
+  environment.set(theSwitch, "1");
+  EXPECT_EQ(failureOf([&] { map.erase(position); }), none);
+  EXPECT_EQ(toJson(map), R"({"b":2,"c":3})");
+  EXPECT_EQ(map.size(), 2u);
+  EXPECT_EQ(map.header()->tombstones, 1u);
+}
+
 TEST_F(MapIteratorSwitchTest, LetsIteratorsOfDifferentMapsCompareByIndex) {
   map_t one = numbers(1), other = numbers(1);
   environment.set(theSwitch, "1");

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "connectivity/Message.h"
+#include "tests/support/Environment.h"
 #include "tests/support/MapBuilder.h"
 #include "tests/support/TestHost.h"
 #include "tests/unit/connectivity/cases.h"
@@ -182,6 +183,56 @@ TEST(RenderingTest, NoticesAMapThatChanges) {
                            .build());
   TestHost::throwFrom(HostCall::float64ToChar8, [&] { map[integer(9)] = true; });
   EXPECT_EQ(failureOf([&] { to_string(map); }), "Iterator invalidated by modifying map");
+}
+
+class LastTextTest : public testing::Test {
+ protected:
+  /// What rendering fails with when the host does `change` while it makes the text of a double.
+  template <class Container>
+  static std::string failure(const Container& container, std::function<void()> change) {
+    TestHost::throwFrom(HostCall::float64ToChar8, std::move(change));
+    const std::string text = failureOf([&] { to_string(container); });
+    TestHost::throwFrom(HostCall::float64ToChar8, nullptr);
+    return text;
+  }
+
+  std::string failureOfAnInsertion() {
+    map_t map = adoptMap(MapBuilder(16).putHashed(1, integerValue(1), doubleValue(0.5)).build());
+    return failure(map, [&] { map[integer(9)] = true; });
+  }
+
+  std::string failureOfARebuild() {
+    map_t map = adoptMap(MapBuilder(16).putHashed(1, doubleValue(0.5), integerValue(1)).build());
+    return failure(map, [&] { map.reserve(32); });
+  }
+
+  std::string failureOfAnAppend() {
+    list_t list;
+    list.reserve(8);
+    list.push_back(integer(1));
+    list.push_back(0.5);
+    return failure(list, [&] { list.push_back(integer(2)); });
+  }
+};
+
+TEST_F(LastTextTest, NoticesAnInsertion) {
+  EXPECT_EQ(failureOfAnInsertion(), "Iterator invalidated by modifying map");
+}
+
+TEST_F(LastTextTest, OfAKeyNoticesARebuild) {
+  EXPECT_EQ(failureOfARebuild(), "Iterator invalidated by modifying map");
+}
+
+TEST_F(LastTextTest, NoticesAnAppend) {
+  EXPECT_EQ(failureOfAnAppend(), "Iterator invalidated by modifying list");
+}
+
+TEST_F(LastTextTest, NoticesNothingWhenChecksAreSwitchedOff) {
+  Environment environment;
+  environment.set("KV_SKIP_DATA_T_ITERATOR_CHECKS", "1");
+  EXPECT_EQ(failureOfAnInsertion(), "(no failure)");
+  EXPECT_EQ(failureOfARebuild(), "(no failure)");
+  EXPECT_EQ(failureOfAnAppend(), "(no failure)");
 }
 
 TEST(RenderingTest, LetsAFailureOfTheHostThrough) {

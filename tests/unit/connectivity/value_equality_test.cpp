@@ -9,7 +9,9 @@
 
 #include "connectivity/data_t.h"
 #include "connectivity/value_hash.h"
+#include "tests/support/MapBuilder.h"
 #include "tests/unit/connectivity/cases.h"
+#include "tests/unit/connectivity/failure.h"
 #include "tests/unit/connectivity/made_values.h"
 
 namespace tests {
@@ -179,6 +181,34 @@ TEST(EqualityTest, HoldsForMapsOfAnySlotOrderAndCapacity) {
   EXPECT_TRUE(other == one);
   const data_t left(std::move(one)), right(std::move(other));
   EXPECT_EQ(hash(left, product::tableSeed), hash(right, product::tableSeed));
+}
+
+TEST(EqualityTest, ComparesEntriesOfTextKeysInOtherSlots) {
+  map_t one, other(64);
+  for (std::int64_t number = 0; number < 20; ++number) one[data_t("key" + std::to_string(number))] = number;
+  for (std::int64_t number = 19; number >= 0; --number) other[data_t("key" + std::to_string(number))] = number;
+  EXPECT_TRUE(one == other);
+  EXPECT_TRUE(other == one);
+  other["key7"] = "changed";
+  EXPECT_FALSE(one == other);
+  EXPECT_FALSE(other == one);
+}
+
+TEST(EqualityTest, HoldsForMapsWithAnEmptyKey) {
+  const data_t nothing;
+  map_t one, other(64);
+  one[nothing] = true;
+  other[nothing] = true;
+  EXPECT_TRUE(one == other);
+  EXPECT_TRUE(other == one);
+  other[nothing] = false;
+  EXPECT_FALSE(one == other);
+}
+
+TEST(EqualityTest, FailsWithAnErrorForACustomKeyThatAHostStored) {
+  const map_t one = adoptMap(MapBuilder(8).putHashed(5, customValue(1), integerValue(1)).build());
+  EXPECT_EQ(failureOf([&] { return one == mapFromJson(R"({"a": 1})"); }), "Cannot use custom values as a key");
+  EXPECT_EQ(failureOf([&] { return one == mapFromJson(R"({"a": 1, "b": 2})"); }), "(no failure)");
 }
 
 TEST(EqualityTest, HoldsForContainersByThemselvesToo) {
