@@ -16,13 +16,11 @@ LineReader::LineReader(std::string name, int file, int stopFile, std::size_t max
 LineReader::Result LineReader::next(std::string_view& line) {
   bool isTooLong = false;
   for (;;) {
-    const std::size_t end = buffer.find('\n', std::max(start, scanned));
-    if (end != std::string::npos) {
-      line = std::string_view(buffer).substr(start, end - start);
-      start = scanned = end + 1;
+    if (findEnd()) {
+      line = std::string_view(buffer).substr(start, scanned - start);
+      start = ++scanned;
       break;
     }
-    scanned = buffer.size();
     if (buffer.size() - start > maxLineBytes + 1) {
       isTooLong = true;
       buffer.clear();
@@ -39,8 +37,13 @@ LineReader::Result LineReader::next(std::string_view& line) {
 }
 
 bool LineReader::isReady() {
-  const auto hasLine = [&] { return buffer.find('\n', start) != std::string::npos; };
-  return hasLine() || (fill(0) && hasLine());
+  return findEnd() || (fill(0) && findEnd());
+}
+
+/// Looks from where the last look ended.
+bool LineReader::findEnd() {
+  scanned = std::min(buffer.find('\n', scanned), buffer.size());
+  return scanned < buffer.size();
 }
 
 bool LineReader::fill(int timeoutMilliseconds) {

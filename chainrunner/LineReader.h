@@ -30,6 +30,7 @@ class LineReader {
 
  private:
   bool fill(int timeoutMilliseconds);
+  bool findEnd();
   [[noreturn]] void fail() const;
 
   const std::string name;
@@ -37,7 +38,7 @@ class LineReader {
   const std::size_t maxLineBytes;
   std::string buffer;
   std::size_t start = 0;    ///< of what has not been given out
-  std::size_t scanned = 0;  ///< up to here there is no line end behind `start`
+  std::size_t scanned = 0;  ///< from `start` to here there is no line end
   bool isAtEnd = false;
 };
 

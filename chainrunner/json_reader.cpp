@@ -27,6 +27,10 @@ bool isDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
+bool isBlank(char character) {
+  return character == ' ' || character == '\n' || character == '\r' || character == '\t';
+}
+
 /// A text that grows at its end and is kept for the next one.
 class TextBuffer {
  public:
@@ -110,7 +114,14 @@ class Reader {
   }
 
   void skipBlanks() {
-    while (at < end && (*at == ' ' || *at == '\n' || *at == '\r' || *at == '\t')) ++at;
+    // At most one of them is the rule.
+    if (isAt(' ')) ++at;
+    if (at < end && static_cast<unsigned char>(*at) <= ' ') [[unlikely]]
+      skipMoreBlanks();
+  }
+
+  [[gnu::noinline]] void skipMoreBlanks() {
+    while (at < end && isBlank(*at)) ++at;
   }
 
   bool isAt(char character) const { return at < end && *at == character; }

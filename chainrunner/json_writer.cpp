@@ -1,5 +1,6 @@
 // A text is written into a buffer that each thread keeps, and appended to its destination in one piece. Strings go
-// chunk by chunk: copied first, looked at then, so that what needs no escape costs a few instructions.
+// chunk by chunk: copied first, looked at then, so that what needs no escape costs a few instructions. A map of a shape
+// that is known needs no sorting, and its keys are copied from there.
 #include "chainrunner/json_writer.h"
 
 #include <algorithm>
@@ -11,6 +12,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "chainrunner/KnownShapes.h"
+#include "chainrunner/MapEntry.h"
 #include "chainrunner/plain_text.h"
 #include "chainrunner/utf8.h"
 
@@ -32,52 +35,6 @@ constexpr std::array<char, 256> escapes = [] {
   return letters;
 }();
 
-/// An entry of a map that is being written. Keys are compared by their first eight bytes, as a big-endian number, and
-/// by the rest only if these are equal.
-struct Entry {
-  std::uint64_t head;
-  std::string_view key;
-  const data_t* value;
-
-  bool operator<(const Entry& other) const { return head != other.head ? head < other.head : key < other.key; }
-};
-
-template <class Word>
-std::uint64_t load(const char* from) {
-  Word word;
-  std::memcpy(&word, from, sizeof word);
-  return word;
-}
-
-std::uint64_t headOf(std::string_view key) {
-  const char* const text = key.data();
-  const std::size_t size = key.size();
-  if (size >= 8) return __builtin_bswap64(load<std::uint64_t>(text));
-  std::uint64_t head = 0;
-  if (size >= 4) {
-    // The two halves overlap and agree where they do.
-    head = load<std::uint32_t>(text) | load<std::uint32_t>(text + size - 4) << (8 * (size - 4));
-  } else if (size > 0) {
-    head = load<std::uint8_t>(text) | load<std::uint8_t>(text + size / 2) << (8 * (size / 2)) |
-           load<std::uint8_t>(text + size - 1) << (8 * (size - 1));
-  }
-  return __builtin_bswap64(head);
-}
-
-/// In the order of the bytes; few entries, as nearly all maps have, without a call. Equal keys keep their order.
-void sort(Entry* begin, Entry* end) {
-  if (end - begin > 16) {
-    std::stable_sort(begin, end);
-    return;
-  }
-  for (Entry* next = begin + 1; next < end; ++next) {
-    const Entry entry = *next;
-    Entry* place = next;
-    for (; place > begin && entry < place[-1]; --place) *place = place[-1];
-    *place = entry;
-  }
-}
-
 class Writer {
  public:
   void clear() {
@@ -90,12 +47,15 @@ class Writer {
   /// Gives memory back that only an uncommonly large text needed.
   void tidy() {
     constexpr std::size_t most = 1 << 20;
-    if (static_cast<std::size_t>(limit - begin.get()) > most) *this = {};
+    if (static_cast<std::size_t>(limit - begin.get()) <= most) return;
+    begin.reset();
+    at = limit = nullptr;
+    entries = {};
   }
 
   void writeValue(const data_t& value, std::size_t maxDepth) {
     this->maxDepth = maxDepth;
-    write(value, maxDepth);
+    write(value, maxDepth, {KnownShapes::noParent, 0});
   }
 
   void writeString(std::string_view text) {
@@ -113,8 +73,10 @@ class Writer {
   }
 
  private:
+  using Place = KnownShapes::Place;
+
   /// Writes one value; `depth` counts the containers that may still open.
-  void write(const data_t& value, std::size_t depth) {
+  void write(const data_t& value, std::size_t depth, Place place) {
     switch (value.type()) {
       case Tag::empty:
         return writeWord("null");
@@ -128,9 +90,9 @@ class Writer {
       case Tag::borrowedString:
         return writeString(textOf(value));
       case Tag::list:
-        return writeList(value.get<list_t>(), descend(depth));
+        return writeList(value.get<list_t>(), descend(depth), place);
       case Tag::map:
-        return writeMap(value.get<map_t>(), descend(depth));
+        return writeMap(value.get<map_t>(), descend(depth), place);
       default:
         throw std::runtime_error(std::string("A ") + value.type_name() + " value has no JSON form");
     }
@@ -194,46 +156,72 @@ class Writer {
     return false;
   }
 
-  void writeList(const list_t& list, std::size_t depth) {
+  void writeList(const list_t& list, std::size_t depth, Place place) {
     char separator = '[';
     for (const data_t& element : list) {
       put(separator);
       separator = ',';
-      write(element, depth);
+      write(element, depth, place);
     }
     if (separator == '[') put('[');
     put(']');
   }
 
-  void writeMap(const map_t& map, std::size_t depth) {
+  void writeMap(const map_t& map, std::size_t depth, Place place) {
     if (map.empty()) return writeWord("{}");
-    const std::size_t first = entries.size();
-    const map_header* const block = map.header();
-    const auto* slot = reinterpret_cast<const map_slot*>(block + 1);
-    for (std::uint64_t left = map.size(); left > 0; ++slot) {
-      if (!isOccupied(*slot)) continue;
-      --left;
-      addEntry(reinterpret_cast<const data_t&>(slot->key), reinterpret_cast<const data_t&>(slot->value));
-    }
-    sort(entries.data() + first, entries.data() + entries.size());
-    char separator = '{';
-    for (std::size_t i = first; i < entries.size(); ++i) {
-      put(separator);
-      separator = ',';
-      writeString(entries[i].key);
-      put(':');
-      write(*entries[i].value, depth);
-    }
-    put('}');
-    entries.resize(first);
+    KnownShapes::Shape& guess = shapes->guess(place);
+    if (guess.fits(*map.header()))
+      writeKnown(*map.header(), guess, depth);
+    else
+      writeSorted(*map.header(), depth, place);
   }
 
-  void addEntry(const data_t& key, const data_t& value) {
+  void writeKnown(const map_header& block, KnownShapes::Shape& shape, std::size_t depth) {
+    const KnownShapes::Use use(shape);
+    const auto* const slots = reinterpret_cast<const map_slot*>(&block + 1);
+    char separator = '{';
+    for (std::uint32_t i = 0; i < shape.count; ++i) {
+      const KnownShapes::Member& member = shape.members[i];
+      makeRoom(sizeof member.text + 4);
+      *at++ = separator;
+      *at++ = '"';
+      std::memcpy(at, member.text, sizeof member.text);
+      at += member.length;
+      *at++ = '"';
+      *at++ = ':';
+      separator = ',';
+      write(reinterpret_cast<const data_t&>(slots[member.slot].value), depth, {shape.index, i});
+    }
+    put('}');
+  }
+
+  void writeSorted(const map_header& block, std::size_t depth, Place place) {
+    const std::size_t first = entries.size();
+    const auto* slot = reinterpret_cast<const map_slot*>(&block + 1);
+    for (std::uint64_t left = block.count; left > 0; ++slot) {
+      if (!isOccupied(*slot)) continue;
+      --left;
+      checkKey(reinterpret_cast<const data_t&>(slot->key));
+      entries.emplace_back(*slot);
+    }
+    sort(entries.data() + first, entries.data() + entries.size());
+    const std::uint32_t shape = shapes->learn(block, std::span(entries).subspan(first), place);
+    char separator = '{';
+    for (std::uint64_t i = 0; i < block.count; ++i) {
+      put(separator);
+      separator = ',';
+      writeString(entries[first + i].key);
+      put(':');
+      write(entries[first + i].value(), depth, {shape, static_cast<std::uint32_t>(i)});
+    }
+    put('}');
+    entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(first), entries.end());
+  }
+
+  static void checkKey(const data_t& key) {
     if (!key.isString())
       throw std::runtime_error(std::string("A key that is not a string has no JSON form (it is ") + key.type_name() +
                                ")");
-    const std::string_view text = textOf(key);
-    entries.push_back({headOf(text), text, &value});
   }
 
   /// Copies what is plain, for which there is room, and gives the place of what isn't.
@@ -290,7 +278,8 @@ class Writer {
   std::unique_ptr<char[]> begin;
   char* at = nullptr;
   char* limit = nullptr;
-  std::vector<Entry> entries;  ///< of the maps that aren't finished
+  std::vector<MapEntry> entries;  ///< of the sorted maps that aren't finished
+  std::unique_ptr<KnownShapes> shapes = std::make_unique<KnownShapes>();
   std::size_t maxDepth = 0;
 };
 

@@ -61,19 +61,47 @@ inline std::size_t copyPlainChunk(char* to, const char* from) {
 
 #endif
 
+namespace detail {
+
+/// The word that lies there.
+template <class Word>
+std::uint64_t load(const char* from) {
+  Word word;
+  std::memcpy(&word, from, sizeof word);
+  return word;
+}
+
+/// Whether all eight bytes are plain; it may say no of some that are.
+inline bool arePlain(std::uint64_t bytes) {
+  constexpr std::uint64_t ones = 0x0101010101010101;
+  const auto below = [&](std::uint64_t value, std::uint64_t limit) { return value - ones * limit; };
+  const std::uint64_t special =
+      bytes | below(bytes, 0x20) | below(bytes ^ ones * '"', 1) | below(bytes ^ ones * '\\', 1);
+  return (special & ones * 0x80) == 0;
+}
+
+/// Copies the bytes that the two words at both ends cover, unless one of them may not be plain.
+template <class Word>
+bool copyIfPlain(char* to, const char* from, std::size_t size) {
+  const auto head = static_cast<Word>(load<Word>(from));
+  const auto tail = static_cast<Word>(load<Word>(from + size - sizeof(Word)));
+  // Words of four bytes make up one of eight.
+  const bool isPlain =
+      sizeof(Word) == 4 ? arePlain(std::uint64_t{tail} << 32 | head) : arePlain(head) && arePlain(tail);
+  if (!isPlain) return false;
+  std::memcpy(to, &head, sizeof head);
+  std::memcpy(to + size - sizeof tail, &tail, sizeof tail);
+  return true;
+}
+
+}  // namespace detail
+
 /// Copies fewer than a chunk of bytes, up to the first one that isn't plain, and gives the number of plain ones; what
 /// is copied behind them means nothing.
 inline std::size_t copyPlainRest(char* to, const char* from, std::size_t size) {
+  if (size >= 8 && detail::copyIfPlain<std::uint64_t>(to, from, size)) return size;
+  if (size >= 4 && size < 8 && detail::copyIfPlain<std::uint32_t>(to, from, size)) return size;
   std::size_t length = 0;
-#if defined(__SSE2__)
-  // The zeros behind the bytes that are loaded end the plain ones.
-  if (size >= 8) {
-    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), bytes);
-    length = static_cast<std::size_t>(std::countr_zero(detail::specialBits(bytes)));
-    if (length < 8) return length;
-  }
-#endif
   for (; length < size && isPlain(from[length]); ++length) to[length] = from[length];
   return length;
 }

@@ -6,6 +6,9 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
+#include <string>
+#include <vector>
 
 #include "chainrunner/json_reader.h"
 #include "devhost/devhost.h"
@@ -146,6 +149,96 @@ data_t anyValue(int depth) {
 RC_GTEST_PROP(JsonWriterProperty, ValuesReadBackEqual, ()) {
   const data_t value = anyValue(4);
   RC_ASSERT(readJson(toJson(value)) == value);
+}
+
+/// What the writer gives of a JSON text's value after it wrote it before.
+std::string writtenAgain(const std::string& json) {
+  const data_t value = readJson(json);
+  toJson(value);
+  return toJson(value);
+}
+
+TEST(JsonWriterShapeTest, WritesMapsOfOneShapeWithTheirOwnValues) {
+  const std::string text = R"([{"a":1,"b":"x"},{"a":2.5,"b":null},{"a":{"a":true,"b":[]},"b":{}}])";
+  EXPECT_EQ(writtenAgain(text), text);
+}
+
+TEST(JsonWriterShapeTest, TellsApartShapesAtOnePlace) {
+  const std::string text = R"([{"a":1},{"b":1},{"a":1,"b":2},{"a":1,"c":2},{"a":1},{"ab":1},{},{"b":1}])";
+  EXPECT_EQ(writtenAgain(text), text);
+}
+
+TEST(JsonWriterShapeTest, WritesOneTextOfEqualMapsInDifferentSlots) {
+  map_t small, large(64);
+  for (const char* key : {"one", "two", "three", "four"}) {
+    small[data_t(key)] = std::int64_t{1};
+    large[data_t(key)] = std::int64_t{1};
+  }
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(toJson(data_t(small.copy())), R"({"four":1,"one":1,"three":1,"two":1})");
+    map_t copy(64);
+    for (const auto& entry : large) copy[entry.first] = entry.second.copy();
+    EXPECT_EQ(toJson(data_t(std::move(copy))), R"({"four":1,"one":1,"three":1,"two":1})");
+  }
+}
+
+TEST(JsonWriterShapeTest, WritesABorrowedKeyLikeAnOwnedOne) {
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(writtenAgain(R"({"key":1})"), R"({"key":1})");
+    map_t map;
+    map[data_t::adopt({reinterpret_cast<std::uint64_t>("key"), QEL_BORROWED_STRING, 0})] = std::int64_t{2};
+    EXPECT_EQ(toJson(data_t(std::move(map))), R"({"key":2})");
+  }
+}
+
+TEST(JsonWriterShapeTest, WritesMapsWithinMapsOfTheirShape) {
+  const std::string text = R"({"a":{"a":{"a":{"a":1,"b":2},"b":3},"b":4},"b":{"a":5,"b":6}})";
+  EXPECT_EQ(writtenAgain(text), text);
+}
+
+TEST(JsonWriterShapeTest, GoesOnWithAMapWhoseValuesHaveMoreShapesThanAreRemembered) {
+  std::string text = R"({"a":[)";
+  for (int n = 0; n < 500; ++n) text += "{\"key" + std::to_string(n) + "\":" + std::to_string(n) + "},";
+  text += R"(0],"b":1,"c":{"d":2}})";
+  EXPECT_EQ(writtenAgain(text), text);
+}
+
+TEST(JsonWriterShapeTest, WritesKeysThatAreNotRemembered) {
+  std::string wide;
+  for (char letter = 'a'; letter <= 'z'; ++letter) wide += std::string(wide.empty() ? "{\"" : ",\"") + letter + "\":1";
+  wide += '}';
+  const std::string longKey = "{\"" + std::string(31, 'x') + "\":1,\"" + std::string(32, 'x') + "\":2}";
+  for (const std::string& text :
+       {wide, longKey, std::string(R"({"\"":1,"\n":2,"é":3})"), std::string(R"({"":1,"a":2})")}) {
+    const data_t value = readJson(text);
+    const std::string first = toJson(value);
+    EXPECT_EQ(writtenAgain(text), first);
+    EXPECT_TRUE(readJson(first) == value) << first;
+  }
+}
+
+TEST(JsonWriterShapeTest, WritesAMapAfterOneOfItsShapeFailed) {
+  const std::string text = R"({"a":1,"b":{"c":2}})";
+  EXPECT_EQ(writtenAgain(text), text);
+  data_t bad = readJson(text);
+  bad.get<map_t>().at(data_t("b")).get<map_t>().at(data_t("c")) = std::nan("");
+  EXPECT_THROW(toJson(bad), std::runtime_error);
+  EXPECT_EQ(writtenAgain(text), text);
+}
+
+RC_GTEST_PROP(JsonWriterProperty, WhatWasWrittenBeforeChangesNothing, ()) {
+  static const std::vector<std::string> names = {"a", "b", "c", "value", "unit", "a long name of a fragment"};
+  for (int n = *rc::gen::inRange(1, 20); n > 0; --n) {
+    map_t map;
+    for (const auto& name : *rc::gen::container<std::vector<std::string>>(rc::gen::elementOf(names)))
+      map[data_t(name)] = *rc::gen::arbitrary<std::int64_t>();
+    std::map<std::string, std::int64_t> ordered;
+    for (const auto& entry : map) ordered[entry.first.get<std::string>()] = entry.second.get<std::int64_t>();
+    std::string expected;
+    for (const auto& [key, number] : ordered)
+      expected += (expected.empty() ? "{\"" : ",\"") + key + "\":" + std::to_string(number);
+    RC_ASSERT(toJson(data_t(std::move(map))) == (expected.empty() ? "{" : expected) + "}");
+  }
 }
 
 }  // namespace
