@@ -23,13 +23,19 @@ Chain::Chain(const PluginLibrary& library, const ChainFile& file, const Credenti
              RunRecord& record)
     : sink(out, record),
       transport(
-          file.transport, [this](Message& answer) { plugin.sendTowardsHost(&answer, &answer + 1); }, record),
+          file.transport, [this](Message& answer) { deliver(answer); }, record),
       plugin(library, file.pluginName, file.chainId, withCredentials(file.configuration, credentials),
              {&sink, &EventSink::receiveBatch}, {&transport, &HttpTransport::sendBatch}) {}
 
 Chain::~Chain() {
   plugin.shutdown();
   transport.stop();
+}
+
+// A page of a walk becomes an event for each of its elements.
+void Chain::deliver(Message& answer) {
+  const EventSink::Gathering events(sink);
+  plugin.sendTowardsHost(&answer, &answer + 1);
 }
 
 void Chain::send(std::vector<Message>& events) {

@@ -46,6 +46,8 @@ class Chain {
   int writeError() const { return sink.writeError(); }
 
  private:
+  void deliver(Message& answer);
+
   EventSink sink;
   HttpTransport transport;
   PluginObject plugin;

@@ -2,65 +2,60 @@
 
 #include <cerrno>
 #include <exception>
-#include <utility>
 
 #include "chainrunner/json_writer.h"
 #include "chainrunner/log.h"
 
 namespace chainrunner {
 
+using com::tallowmere::connectivity10_15_4::MutexLock;
+
 namespace {
 
 constexpr const char* logCategory = "marlovance-chain.sink";
 constexpr std::size_t writtenAtOnce = 65536;
 
-std::string typeOf(const Message& event) {
-  const map_t& metadata = event.getMetadataMap();
-  const auto type = metadata.find(data_t(HOST_MESSAGE_TYPE));
-  return type != metadata.end() && type->second.isString() ? type->second.get<std::string>() : "(none)";
-}
-
-const data_t* find(const map_t& map, const char* key) {
-  const auto entry = map.find(data_t(key));
+const data_t* find(const map_t& map, const hashed_key& key) {
+  const auto entry = map.find(key);
   return entry == map.end() ? nullptr : &entry->second;
 }
 
-void appendEntry(std::string& line, const char* name, const data_t* value) {
+void appendEntry(std::string& line, std::string_view name, const data_t* value) {
   if (!value) return;
-  line.append(",\"").append(name).append("\":");
+  line += name;
   appendJson(line, *value);
 }
 
 }  // namespace
 
-std::string eventLine(const Message& event) {
-  const map_t& metadata = event.getMetadataMap();
-  std::string line = "{\"type\":";
-  appendJsonString(line, typeOf(event));
+std::string_view EventLines::typeOf(const Message& event) const {
+  const data_t* const name = find(event.getMetadataMap(), type);
+  return name && name->isString() ? name->get<std::string_view>() : "(none)";
+}
+
+const data_t* EventLines::reqIdOf(const Message& event) const {
+  const data_t* const ofMetadata = find(event.getMetadataMap(), reqId);
+  if (ofMetadata || !event.getPayload().is(Tag::map)) return ofMetadata;
+  return find(event.getPayload().get<map_t>(), reqId);
+}
+
+void EventLines::append(std::string& out, const Message& event) const {
   const data_t& payload = event.getPayload();
-  appendEntry(line, "channel", find(metadata, HOST_MESSAGE_CHANNEL));
-  const data_t* reqId = find(metadata, "reqId");
-  if (!reqId && payload.is(Tag::map)) reqId = find(payload.get<map_t>(), "reqId");
-  appendEntry(line, "reqId", reqId);
+  out += "{\"type\":";
+  appendJsonString(out, typeOf(event));
+  appendEntry(out, ",\"channel\":", find(event.getMetadataMap(), channel));
+  appendEntry(out, ",\"reqId\":", reqIdOf(event));
   if (payload.is(Tag::map) && payload.get<map_t>().name()) {
-    line += ",\"object\":";
-    appendJsonString(line, payload.get<map_t>().name());
+    out += ",\"object\":";
+    appendJsonString(out, payload.get<map_t>().name());
   }
-  line += ",\"payload\":";
-  appendJson(line, payload);
-  line += '}';
-  return line;
+  appendEntry(out, ",\"payload\":", &payload);
+  out += '}';
 }
 
 int EventSink::receiveBatch(void* self, qel_message* begin, qel_message* end) noexcept {
-  auto& sink = *static_cast<EventSink*>(self);
   try {
-    std::string lines;
-    for (Message* event = begin; event != end; ++event) {
-      sink.receive(*event, lines);
-      if (lines.size() >= writtenAtOnce) sink.write(std::exchange(lines, {}));
-    }
-    if (!lines.empty()) sink.write(lines);
+    static_cast<EventSink*>(self)->receiveAll(begin, end);
     return 0;
   } catch (const std::exception& error) {
     log(logCategory, LogLevel::error, "Events are lost: %s", error.what());
@@ -68,22 +63,43 @@ int EventSink::receiveBatch(void* self, qel_message* begin, qel_message* end) no
   }
 }
 
-void EventSink::receive(Message& event, std::string& lines) {
+void EventSink::receiveAll(Message* begin, Message* end) {
+  const MutexLock lock(mutex);
+  for (Message* event = begin; event != end; ++event) {
+    receive(*event);
+    if (lines.size() >= writtenAtOnce) write();
+  }
+  if (gatherings == 0) write();
+}
+
+void EventSink::receive(Message& event) {
   const Message taken(std::move(event));
-  const std::string type = typeOf(taken);
-  record.countEventOut(type);
+  lastType = lineOf.typeOf(taken);
+  record.countEventOut(lastType);
+  const std::size_t before = lines.size();
   try {
-    lines += eventLine(taken) + "\n";
+    lineOf.append(lines, taken);
+    lines += '\n';
   } catch (const std::runtime_error& error) {
-    log(logCategory, LogLevel::error, "An event of type %s can't be written: %s", type.c_str(), error.what());
+    lines.resize(before);
+    log(logCategory, LogLevel::error, "An event of type %s can't be written: %s", lastType.c_str(), error.what());
   }
 }
 
-void EventSink::write(const std::string& lines) {
-  const com::tallowmere::connectivity10_15_4::MutexLock lock(mutex);
-  if (firstError != 0) return;
-  const bool written = std::fwrite(lines.data(), 1, lines.size(), out) == lines.size() && std::fflush(out) == 0;
-  if (!written) firstError = errno;
+void EventSink::flush() noexcept {
+  const MutexLock lock(mutex);
+  write();
+}
+
+void EventSink::write() {
+  if (lines.empty()) return;
+  if (firstError == 0) {
+    const bool written = std::fwrite(lines.data(), 1, lines.size(), out) == lines.size() && std::fflush(out) == 0;
+    if (!written) firstError = errno;
+  }
+  // An uncommonly long line doesn't keep its memory.
+  if (lines.capacity() > 16 * writtenAtOnce) lines = {};
+  lines.clear();
 }
 
 }  // namespace chainrunner

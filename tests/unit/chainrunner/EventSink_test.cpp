@@ -14,6 +14,12 @@ Message event(const char* metadata, const char* payload) {
   return Message(readJson(payload), std::move(readJson(metadata).get<map_t>()));
 }
 
+std::string eventLine(const Message& event) {
+  std::string line;
+  EventLines().append(line, event);
+  return line;
+}
+
 TEST(EventLineTest, ShowsTypeChannelReqIdAndPayload) {
   EXPECT_EQ(
       eventLine(event(R"({"qel.type": "t", "qel.channel": "c", "reqId": 7, "http": {}})", R"({"b": 1, "a": 2.0})")),
@@ -70,6 +76,40 @@ TEST_F(EventSinkTest, WritesTheWholeLinesOfALongBatch) {
   }
   EXPECT_EQ(EventSink::receiveBatch(&sink, batch.data(), batch.data() + batch.size()), 0);
   EXPECT_EQ(std::string(text, size), expected);
+}
+
+TEST_F(EventSinkTest, WritesWhatItGatheredTogether) {
+  {
+    const EventSink::Gathering gathering(sink);
+    for (const char* number : {"1", "2"}) {
+      Message message = event(R"({"qel.type": "t"})", number);
+      receive(message);
+    }
+    std::fflush(file);
+    EXPECT_EQ(size, 0U);
+    EXPECT_EQ(record.counts().eventsOut.at("t"), 2U);
+  }
+  EXPECT_STREQ(text, "{\"type\":\"t\",\"payload\":1}\n{\"type\":\"t\",\"payload\":2}\n");
+}
+
+TEST_F(EventSinkTest, WritesWhatHasPiledUpDuringALongGathering) {
+  const EventSink::Gathering gathering(sink);
+  Message message = event(R"({"qel.type": "t"})", ('"' + std::string(65536, 'x') + '"').c_str());
+  receive(message);
+  EXPECT_EQ(std::string(text, size), "{\"type\":\"t\",\"payload\":\"" + std::string(65536, 'x') + "\"}\n");
+}
+
+TEST_F(EventSinkTest, WritesAtOnceWhenAGatheringIsOver) {
+  { const EventSink::Gathering gathering(sink); }
+  Message message = event(R"({"qel.type": "t"})", "1");
+  receive(message);
+  EXPECT_STREQ(text, "{\"type\":\"t\",\"payload\":1}\n");
+}
+
+TEST_F(EventSinkTest, CallsAnEventWithoutATypeNone) {
+  Message message = event(R"({"qel.type": 5})", "1");
+  receive(message);
+  EXPECT_STREQ(text, "{\"type\":\"(none)\",\"payload\":1}\n");
 }
 
 TEST_F(EventSinkTest, AcceptsAnEmptyBatch) {
