@@ -227,14 +227,22 @@ TEST_F(WalkTest, IsNotByIdForAMarkThatIsFalse) {
   EXPECT_EQ(asked(takeRequest(), "currentPage"), "2");
 }
 
-TEST_F(WalkTest, ReadsIdsFromTheListWhoseElementsItDelivers) {
+TEST_F(WalkTest, ReadsIdsAndElementsOfTheFirstListInSlotOrder) {
   start("2", "a");
-  respond(answer(0, collectionType, R"({"a": [{"id": "1"}, {"id": "2"}], "b": [{"id": "3"}, {"id": "4"}],
-                                        "statistics": {"currentPage": 1, "totalPages": 1}})"));
-  const Texts delivered = seen();
-  ASSERT_EQ(delivered.size(), 2u);
-  const std::string last = delivered.back().substr(1, 1);
-  EXPECT_EQ(asked(takeRequest(), "q"), tests::quoted("$filter=((a) and (_id gt '" + last + "')) $orderby=_id asc"));
+  Message page = messageFrom(answer(0, collectionType, R"({"a": [{"id": "a1"}, {"id": "a2"}],
+                                                           "b": [{"id": "b1"}, {"id": "b2"}],
+                                                           "c": [{"id": "c1"}, {"id": "c2"}],
+                                                           "d": [{"id": "d1"}, {"id": "d2"}],
+                                                           "statistics": {"currentPage": 1, "totalPages": 1}})"));
+  std::string first;
+  for (const auto& [key, value] : page.getPayload().get<map_t>())
+    if (first.empty() && value.is(product::Tag::list)) first = key.get<std::string>();
+  {
+    OutstandingRequest request = match(page);
+    handler->handleResponse(page, request);
+  }
+  EXPECT_EQ(seen(), (Texts{tests::quoted(first + "1"), tests::quoted(first + "2")}));
+  EXPECT_EQ(asked(takeRequest(), "q"), tests::quoted("$filter=((a) and (_id gt '" + first + "2')) $orderby=_id asc"));
 }
 
 // ---------------------------------------------------------------------------------------- one page alone
@@ -303,13 +311,35 @@ INSTANTIATE_TEST_SUITE_P(
                     BadStatistics{"PageMissing", R"({"totalPages": 2})", "Element not in map"}),
     NameOfCase());
 
-TEST_F(WalkTest, LosesAPageWhoseStatisticsAreNoMap) {
-  for (const char* statistics : {R"("text")", "[]", "7", "null"}) {
-    configure("{}");
-    start("2");
-    EXPECT_NE(failure(page(0, objects(1, 2), statistics)), "nothing thrown");
-    EXPECT_EQ(seen(), Texts{"end"});
-  }
+class LostPageTest : public WalkTest, public testing::WithParamInterface<BadStatistics> {};
+
+TEST_P(LostPageTest, HasStatisticsThatAreNoMap) {
+  start("2");
+  EXPECT_EQ(failure(page(0, objects(1, 2), GetParam().statistics)), GetParam().text);
+  EXPECT_EQ(seen(), Texts{"end"});
+  EXPECT_FALSE(asksForMore());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, LostPageTest,
+    testing::Values(
+        BadStatistics{"Text", R"("text")", "Incorrect type in get (you asked for map but it's actually string)"},
+        BadStatistics{"List", "[]", "Incorrect type in get (you asked for map but it's actually list)"},
+        BadStatistics{"Integer", "7", "Incorrect type in get (you asked for map but it's actually integer)"},
+        BadStatistics{"Nothing", "null", "Get from empty"}),
+    NameOfCase());
+
+TEST_F(WalkTest, EndsAfterAPageWhoseRequestLostItsQueryString) {
+  start("1");
+  Message answer = messageFrom(page(0, objects(1, 1), 1, 2));
+  EXPECT_EQ(thrownBy([&] {
+              OutstandingRequest request = match(answer);
+              request.getMetadataMap().at("http").get<map_t>().erase("queryString");
+              handler->handleResponse(answer, request);
+            }),
+            "Get from empty");
+  EXPECT_EQ(seen(), (Texts{R"("1")", "end"}));
+  EXPECT_FALSE(asksForMore());
 }
 
 struct ExtremeStatistics {
@@ -435,7 +465,7 @@ TEST_F(WalkTest, KeepsAPageCountThatItsCallerBrought) {
 TEST_F(WalkTest, EndsWhenTheTransportRefusesTheNextPage) {
   start("1");
   parts->transport.onMessage = [](const Received&) { throw std::runtime_error("no line"); };
-  EXPECT_NE(failure(page(0, objects(1, 1), 1, 2)), "nothing thrown");
+  EXPECT_EQ(failure(page(0, objects(1, 1), 1, 2)), "no line");
   EXPECT_EQ(seen(), Texts{R"("1")"});
   EXPECT_EQ(parts->outstanding.size(), 1u) << "the next page is recorded, and ends with the codec";
 }
