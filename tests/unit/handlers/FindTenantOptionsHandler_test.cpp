@@ -90,6 +90,8 @@ INSTANTIATE_TEST_SUITE_P(
                  "false"},
         PathCase{"SystemCategoryAndKey", R"({"system": true, "category": "c", "key": "k"})",
                  "/tenant/system/options/c/k", R"("c")", R"("k")", "false"},
+        PathCase{"CategoryAndKeyThatAreNumbers", R"({"category": 5, "key": 7})", "/tenant/options/5/7", "5", "7",
+                 "false"},
         PathCase{"Key", R"({"key": "k"})", "/tenant/options", "null", R"("k")", "true"},
         PathCase{"EmptyCategory", R"({"category": "", "key": "k"})", "/tenant/options", "null", R"("k")", "true"},
         PathCase{"EmptyKey", R"({"category": "c", "key": ""})", "/tenant/options/c", R"("c")", "null", "false"},
@@ -174,6 +176,12 @@ TEST_F(TenantOptionsTest, OfACategoryAreOnePerEntry) {
   for (const auto& each : event.at("payload").at("options").as_array()) seen.insert(textOf(each));
   EXPECT_EQ(seen, (std::set<std::string>{json(R"({"category": "c", "key": "k", "value": "v"})"),
                                          json(R"({"category": "c", "key": "l", "value": 5})")}));
+}
+
+TEST_F(TenantOptionsTest, OfACategoryMayComeInACollectionOfAnotherKind) {
+  send(options(R"({"category": "c"})"));
+  respond(answer(0, collectionType, R"({"k": "v"})"));
+  EXPECT_EQ(jsons(takeHostEvents()), Texts{found(R"([{"category": "c", "key": "k", "value": "v"}])")});
 }
 
 TEST_F(TenantOptionsTest, OfACategoryWithoutEntriesAreNone) {
@@ -267,6 +275,14 @@ INSTANTIATE_TEST_SUITE_P(Pages, BadOptionPageTest,
                                                  "Incorrect type in get (you asked for map but it's actually string)"},
                                          BadPage{"OneWithoutAValue", option, R"({"key": "k"})", "Element not in map"}),
                          NameOfCase());
+
+TEST_F(TenantOptionsTest, BeforeABadOneOfTheirPageStay) {
+  send(options(R"({"pageSize": "1"})"));
+  respond(optionPage(0, R"([{"key": "a"}])", 1, 2));
+  EXPECT_EQ(thrownBy([&] { respond(optionPage(1, R"([{"key": "b"}, "text", {"key": "c"}])", 2, 2)); }),
+            "Incorrect type in get (you asked for map but it's actually string)");
+  EXPECT_EQ(jsons(takeHostEvents()), Texts{found(R"([{"key": "a"}, {"key": "b"}])")});
+}
 
 TEST_F(TenantOptionsTest, CannotBeToldWithoutARequestId) {
   send(options().without("reqId"));
