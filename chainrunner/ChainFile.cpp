@@ -52,7 +52,14 @@ EventRules::Requirement readRequirement(const YamlReader& reader, const Node& no
   reader.fail(node, "\"" + place + "\" is neither metadata nor the path");
 }
 
-/// Reads the keys of `everyEvent` or of one event type into `rules`, on top of what they hold.
+/// Adds a rule behind the others, in place of an inherited one for the same field or place.
+template <class Rule, class Subject>
+void addRule(std::vector<Rule>& rules, Subject Rule::*subject, Rule rule) {
+  std::erase_if(rules, [&](const Rule& other) { return other.*subject == rule.*subject; });
+  rules.push_back(std::move(rule));
+}
+
+/// Reads the keys of `everyEvent` or of one event type into `rules`, on top of what they hold, which they win over.
 void readRules(YamlReader& reader, const Node& map, const Mapping& mapping, EventRules& rules) {
   const auto readLike = [&](const Node& value) {
     const EventRules* other = mapping.rulesOf(reader.text(value));
@@ -69,17 +76,19 @@ void readRules(YamlReader& reader, const Node& map, const Mapping& mapping, Even
       const auto kind = parseFieldKind(reader.text(name));
       if (!kind)
         reader.fail(name, "\"" + reader.text(name) + "\" is none of boolean, integer, string, object and list");
-      rules.kinds.push_back({parseField(field), *kind});
+      addRule(rules.kinds, &EventRules::Check::field, {parseField(field), *kind});
     });
   };
   const auto readMoves = [&](const Node& value) {
     reader.forEach(value, [&](const std::string& field, const Node& place) {
-      rules.moves.push_back({parseField(field), readTarget(reader, place, reader.text(place))});
+      addRule(rules.moves, &EventRules::Move::field,
+              {parseField(field), readTarget(reader, place, reader.text(place))});
     });
   };
   const auto readSettings = [&](const Node& value) {
     reader.forEach(value, [&](const std::string& place, const Node& constant) {
-      rules.settings.push_back({readTarget(reader, constant, place), readConstant(reader, constant)});
+      addRule(rules.settings, &EventRules::Setting::target,
+              {readTarget(reader, constant, place), readConstant(reader, constant)});
     });
   };
   const auto readRequired = [&](const Node& value) {

@@ -28,6 +28,8 @@ struct Target {
   /// Reads "metadata.reqId", "query.pageSize", "header.X-Name", "cookie.name", "query", "headers", "cookies", "method",
   /// "path" or "payload"; nothing for any other text.
   static std::optional<Target> parse(std::string_view text);
+
+  bool operator==(const Target&) const = default;
 };
 
 /// What a payload field has to be, where it is there.

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "chainrunner/json_reader.h"
+#include "chainrunner/json_writer.h"
+
 namespace chainrunner {
 namespace {
 
@@ -61,6 +66,45 @@ TEST(ChainFileTest, EveryEventHoldsForEventsInFrontOfIt) {
   ChainFile chain;
   chain.overlay("my.yaml", "events:\n  x.A: {method: GET, path: /a}\neveryEvent:\n  required: [metadata.reqId]\n");
   EXPECT_THROW(chain.mapping.toMessage("A", data_t(), map_t()), MappingError);
+}
+
+/// "http" of the message that the chain makes of an event, as JSON.
+std::string requestOf(const ChainFile& chain, const char* type, const char* payload) {
+  Message message = chain.mapping.toMessage(type, readJson(payload), map_t());
+  return toJson(std::move(message.getMetadataMap()[data_t("http")]));
+}
+
+TEST(ChainFileTest, OwnConstantWinsOverAnInheritedOne) {
+  ChainFile chain = ChainFile::builtIn();
+  chain.overlay("my.yaml", "events:\n  x.System: {like: FindTenantOptions, set: {query.system: true}}\n");
+  EXPECT_EQ(requestOf(chain, "System", R"({"reqId":1})"),
+            R"({"method":"GET","path":"/tenant/options","queryString":{"system":true}})");
+}
+
+TEST(ChainFileTest, OwnMoveWinsOverAnInheritedOne) {
+  ChainFile chain = ChainFile::builtIn();
+  chain.overlay("my.yaml", "events:\n  x.Kind: {like: FindTenantOptions, move: {category: query.kind}}\n");
+  EXPECT_EQ(requestOf(chain, "Kind", R"({"reqId":1,"category":"fleet"})"),
+            R"({"method":"GET","path":"/tenant/options","queryString":{"kind":"fleet","system":false}})");
+}
+
+TEST(ChainFileTest, OwnKindWinsOverAnInheritedOne) {
+  ChainFile chain = ChainFile::builtIn();
+  chain.overlay("my.yaml", "events:\n  x.Word: {like: FindTenantOptions, kinds: {system: string}}\n");
+  EXPECT_EQ(requestOf(chain, "Word", R"({"reqId":1,"system":"yes"})"),
+            R"({"method":"GET","path":"/tenant/options","queryString":{"system":"yes"}})");
+}
+
+TEST(ChainFileTest, RulesOfEveryEventAreAddedToAndHoldForTheTypesOfTheFile) {
+  ChainFile chain = ChainFile::builtIn();
+  chain.overlay("my.yaml", R"(
+everyEvent: {set: {header.X-Site: north}}
+events:
+  Alarm: {method: POST, path: /my/alarms}
+)");
+  EXPECT_EQ(requestOf(chain, "Alarm", R"({"reqId":1})"),
+            R"({"headers":{"X-Site":"north"},"method":"POST","path":"/my/alarms"})");
+  EXPECT_EQ(requestOf(chain, "Event", "{}"), R"({"method":"POST","path":"/event/events"})");
 }
 
 struct BadFile {
