@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "chainrunner/Console.h"
 #include "chainrunner/json_writer.h"
 #include "chainrunner/values.h"
 
@@ -35,7 +36,7 @@ std::string row(const std::string& label, std::uint64_t number, const std::strin
 template <class Name>
 std::string rows(const Counts& counts, const Name& name) {
   std::string text;
-  for (const auto& [key, count] : counts) text += row("  " + name(key), count);
+  for (const auto& [key, count] : counts) text += row("  " + printable(name(key)), count);
   return text;
 }
 
@@ -82,7 +83,8 @@ std::string RunReport::table() const {
   text += latencyLine(counts.latencies);
   text += format("%-38s %12.0f   in %.3f seconds\n", "Events per second", eventsPerSecond(), seconds);
   text += "Status items\n";
-  for (const auto& [key, value] : statusItems) text += format("  %-36s ", shortName(key).c_str()) + value + "\n";
+  for (const auto& [key, value] : statusItems)
+    text += format("  %-36s ", shortName(key).c_str()) + printable(value) + "\n";
   text += format("%-38s %8.1f MiB\n", "Peak memory", static_cast<double>(peakMemoryBytes) / (1024 * 1024));
   text += ledgerLine(liveBlocks);
   if (isInterrupted) text += "The run was interrupted.\n";
