@@ -142,6 +142,20 @@ std::string describeProgress(const RunRecord& record, const Chain& chain) {
          std::to_string(RunCounts::sum(counts.eventsOut)) + describeWalks(chain.walksInProgress());
 }
 
+/// For as long as it lives, an interrupted run whose patience ends cancels the chain.
+class Patience {
+ public:
+  Patience(Interruption& interruption, Chain& chain) : interruption(interruption) {
+    interruption.atEndOfPatience([&chain] { chain.cancel(); });
+  }
+  ~Patience() { interruption.atEndOfPatience({}); }
+  Patience(const Patience&) = delete;
+  Patience& operator=(const Patience&) = delete;
+
+ private:
+  Interruption& interruption;
+};
+
 struct Played {
   RunReport report;
   std::string readFailure;
@@ -156,14 +170,13 @@ Played play(const PluginLibrary& library, const ChainFile& file, const Credentia
   RunRecord record;
   {
     Chain chain(library, file, credentials, stdout, record);
-    interruption.atEndOfPatience([&chain] { chain.cancel(); });
     const auto start = Clock::now();
     {
+      const Patience patience(interruption, chain);
       const ProgressDisplay progress(console, [&] { return describeProgress(record, chain); });
       played.readFailure = Pump(source, chain, record, console, file.source.batch).run(interruption);
     }
     report.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    interruption.atEndOfPatience({});
     report.statusItems = devhost::statusItems();
     played.writeError = chain.writeError();
   }
