@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cstddef>
 #include <functional>
-#include <limits>
 #include <set>
 #include <stdexcept>
 #include <string>

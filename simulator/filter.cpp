@@ -3,7 +3,6 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <optional>
 #include <string_view>
 #include <utility>
 

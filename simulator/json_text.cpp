@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <optional>
 
 namespace simulator {
 namespace json = boost::json;
