@@ -8,14 +8,15 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <system_error>
 #include <vector>
 
 #include "chainrunner/KnownKeys.h"
 #include "chainrunner/MapBuilder.h"
+#include "chainrunner/json_number.h"
 #include "chainrunner/plain_text.h"
 #include "chainrunner/utf8.h"
 
@@ -97,12 +98,36 @@ class Reader {
   data_t readDocument() {
     skipBlanks();
     data_t document = data_t::adopt(readValue(KnownKeys::noParent));
-    skipBlanks();
-    if (at < end) fail("more text behind the document", at);
+    checkEnd();
     return document;
   }
 
+  std::optional<data_t> readDocument(const JsonPlaces& placeOf) {
+    skipBlanks();
+    if (!isAt('{')) return readDocument();
+    OutsideMembers members{placeOf};
+    readMembers(members, KnownKeys::noParent);
+    checkEnd();
+    return std::nullopt;
+  }
+
  private:
+  /// Members that lie with the caller, as `MapBuilder` has those that lie in a map.
+  struct OutsideMembers {
+    const JsonPlaces& placeOf;
+
+    qel_value& add(const char* text, std::uint64_t) {
+      data_t& place = placeOf(text);
+      place = data_t();
+      return reinterpret_cast<qel_value&>(place);
+    }
+  };
+
+  void checkEnd() {
+    skipBlanks();
+    if (at < end) fail("more text behind the document", at);
+  }
+
   [[noreturn, gnu::cold]] void fail(const std::string& reason, const char* place) const {
     throw JsonError(reason, static_cast<std::size_t>(place - begin));
   }
@@ -184,20 +209,26 @@ class Reader {
 
   qel_value readObject(std::uint32_t parent) {
     MapBuilder map;
-    enter();
-    if (isAt('}')) {
-      leave();
-      return map.take();
-    }
-    KnownKeys::Place place{parent, 0};
-    do {
-      readMember(map, place);
-      ++place.position;
-    } while (passComma('}', "a comma or the end of the object"));
+    readMembers(map, parent);
     return map.take();
   }
 
-  void readMember(MapBuilder& map, KnownKeys::Place place) {
+  template <class Members>
+  void readMembers(Members& members, std::uint32_t parent) {
+    enter();
+    if (isAt('}')) {
+      leave();
+      return;
+    }
+    KnownKeys::Place place{parent, 0};
+    do {
+      readMember(members, place);
+      ++place.position;
+    } while (passComma('}', "a comma or the end of the object"));
+  }
+
+  template <class Members>
+  void readMember(Members& members, KnownKeys::Place place) {
     if (!isAt('"')) failExpecting("a key");
     const char* const quote = at;
     ++at;
@@ -213,12 +244,12 @@ class Reader {
       // A guess is compared with the text as it stands, so a key with escapes, which make it shorter, can't be one.
       const bool hasEscapes = static_cast<std::size_t>(at - quote) != length + 2;
       if (length == 0 || length > KnownKeys::Key::longest || hasEscapes) {
-        readMemberValue(map.add(text, qel_hash_string(text)), KnownKeys::noParent);
+        readMemberValue(members.add(text, qel_hash_string(text)), KnownKeys::noParent);
         return;
       }
       key = &kept.keys.learn({text, length}, place);
     }
-    readMemberValue(map.add(key->text, key->hash), key->index);
+    readMemberValue(members.add(key->text, key->hash), key->index);
   }
 
   void checkKeyLength(std::size_t length, const char* quote) const {
@@ -383,35 +414,14 @@ class Reader {
     }
     std::int64_t whole = 0;
     if (isWhole && std::from_chars(number, at, whole).ec == std::errc()) return data_t(whole).disown();
-    return data_t(readDouble(number)).disown();
+    const auto value = doubleOf({number, static_cast<std::size_t>(at - number)});
+    if (!value) fail("a number is beyond the range of a double", number);
+    return data_t(*value).disown();
   }
 
   void passDigits() {
     if (at == end || !isDigit(*at)) failExpecting("a digit");
     while (at < end && isDigit(*at)) ++at;
-  }
-
-  /// The double of the text from `number` to here.
-  double readDouble(const char* number) const {
-    double value = 0;
-    if (std::from_chars(number, at, value).ec == std::errc()) return value;
-    if (magnitude(number) > 0) fail("a number is beyond the range of a double", number);
-    return *number == '-' ? -0.0 : 0.0;
-  }
-
-  /// The power of ten at which the number begins, which is far from 0 here: 3 for 123, -2 for 0.00123.
-  std::int64_t magnitude(const char* number) const {
-    const char* first = std::find_if(number, at, [](char c) { return c >= '1' && c <= '9'; });
-    const char* const exponent = std::find_if(number, at, [](char c) { return c == 'e' || c == 'E'; });
-    const char* const point = std::find(number, exponent, '.');
-    std::int64_t power = point - first;
-    if (power < 0) ++power;
-    if (exponent == at) return power;
-    const bool isNegative = exponent[1] == '-';
-    std::int64_t shift = 0;
-    if (std::from_chars(exponent + (isDigit(exponent[1]) ? 1 : 2), at, shift).ec != std::errc())
-      return isNegative ? -1 : 1;
-    return power + (isNegative ? -shift : shift);
   }
 
   const char* const begin;
@@ -422,14 +432,27 @@ class Reader {
   std::size_t depth = 0;
 };
 
+/// The thread's memory, tidied up after a document.
+class KeptForOne {
+ public:
+  KeptForOne() : ofThread(kept()) {}
+  KeptForOne(const KeptForOne&) = delete;
+  KeptForOne& operator=(const KeptForOne&) = delete;
+  ~KeptForOne() { ofThread.tidy(); }
+
+  Kept& ofThread;
+};
+
 }  // namespace
 
 data_t readJson(std::string_view text, const JsonLimits& limits) {
-  struct Tidying {
-    Kept& kept;
-    ~Tidying() { kept.tidy(); }
-  } const tidying{kept()};
-  return Reader(text, limits, tidying.kept).readDocument();
+  const KeptForOne memory;
+  return Reader(text, limits, memory.ofThread).readDocument();
+}
+
+std::optional<data_t> readJsonMembers(std::string_view text, const JsonPlaces& placeOf, const JsonLimits& limits) {
+  const KeptForOne memory;
+  return Reader(text, limits, memory.ofThread).readDocument(placeOf);
 }
 
 }  // namespace chainrunner

@@ -54,6 +54,10 @@ TEST(JsonReaderTest, RoundsWhatIsTooSmallToZero) {
   EXPECT_EQ(readJson("1e-999").get<double>(), 0.0);
 }
 
+TEST(JsonReaderTest, RoundsTheLeastExponentToZero) {
+  EXPECT_EQ(readJson("0.001e-9223372036854775807").get<double>(), 0.0);
+}
+
 TEST(JsonReaderTest, LetsTheLastOfDuplicateKeysWin) {
   EXPECT_EQ(toJson(readJson(R"({"a":1,"b":2,"a":{"c":3}})")), R"({"a":{"c":3},"b":2})");
 }
@@ -230,6 +234,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BadText{"UnknownEscape", R"("\x")", "syntax error: an unknown escape", 1},
                     BadText{"NoHexDigit", R"("\u00g0")", "syntax error: a hexadecimal digit is expected", 5},
                     BadText{"TooGreat", "[1e999]", "a number is beyond the range of a double", 1},
+                    BadText{"GreatestExponent", "1e9223372036854775807", "a number is beyond the range of a double", 0},
                     BadText{"TooSmall", "-1e999", "a number is beyond the range of a double", 0},
                     BadText{"NotANumber", "NaN", "syntax error: a value is expected", 0},
                     BadText{"NotAWord", "trux", "syntax error: a value is expected", 0},
