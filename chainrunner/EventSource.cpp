@@ -1,5 +1,6 @@
 #include "chainrunner/EventSource.h"
 
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -11,19 +12,22 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-/// The parts of a line's document. Throws MappingError when it has other ones.
+/// The parts of a line's document.
 struct Line {
   data_t type, payload, metadata, wait;
 
-  explicit Line(data_t document) {
-    if (!document.is(Tag::map))
-      throw MappingError(std::string("the line is not an object but ") + document.type_name());
-    for (auto& entry : document.get<map_t>()) {
-      const std::string_view key = entry.first.get<std::string_view>();
-      data_t* const part = find(key);
-      if (!part) throw MappingError("unknown key \"" + std::string(key) + "\"");
-      *part = std::move(entry.second);
-    }
+  /// Throws JsonError, or MappingError when the document has other parts.
+  Line(std::string_view text, const JsonLimits& limits) {
+    std::optional<std::string> unknownKey;
+    data_t ignored;
+    const auto placeOf = [&](std::string_view key) -> data_t& {
+      if (data_t* const part = find(key)) return *part;
+      if (!unknownKey) unknownKey = key;
+      return ignored;
+    };
+    const std::optional<data_t> other = readJsonMembers(text, placeOf, limits);
+    if (other) throw MappingError(std::string("the line is not an object but ") + other->type_name());
+    if (unknownKey) throw MappingError("unknown key \"" + *unknownKey + "\"");
   }
 
   bool asksToWait() const { return wait.is(Tag::boolean) && wait.get<bool>(); }
@@ -73,7 +77,7 @@ bool EventSource::isReady() {
 
 SourceStep EventSource::read(std::string_view text) const {
   try {
-    Line line(readJson(text, options.json));
+    Line line(text, options.json);
     if (line.asksToWait()) return {SourceStep::Kind::wait};
     if (!line.type.isString()) return refused(1, "the line has no \"type\"");
     const TypeMapping& type = mapping.of(line.type.get<std::string_view>());

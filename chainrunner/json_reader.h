@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -32,5 +34,13 @@ class JsonError : public std::runtime_error {
 /// the character NUL" and "a number is beyond the range of a double". A depth of 10,000 is within an 8 MiB stack. [any
 /// thread]
 data_t readJson(std::string_view text, const JsonLimits& limits = {});
+
+/// Tells where the value of a key goes. The place stays where it is until the document is read.
+using JsonPlaces = std::function<data_t&(std::string_view key)>;
+
+/// Reads a document that is an object without making a map of it: each value goes, in the text's order, to its place,
+/// over what is there. Gives the document if it is anything else. Throws as `readJson` does; some places are filled
+/// then. [any thread]
+std::optional<data_t> readJsonMembers(std::string_view text, const JsonPlaces& placeOf, const JsonLimits& limits = {});
 
 }  // namespace chainrunner

@@ -107,6 +107,18 @@ TEST_F(EventSourceTest, LosesOnlyTheBadLines) {
              "events.jsonl:7:1: metadata is not an object but list", "2"}));
 }
 
+TEST_F(EventSourceTest, NamesTheFirstUnknownKeyAndASyntaxErrorBehindItSooner) {
+  EXPECT_EQ(stepsOf("{\"type\":\"Alarm\",\"pay\":{},\"load\":1}\n"
+                    "{\"pay\":{},\"type\":\n"
+                    "null\n"),
+            (Steps{"events.jsonl:1:1: unknown key \"pay\"", "events.jsonl:2:18: the text ends too early",
+                   "events.jsonl:3:1: the line is not an object but empty"}));
+}
+
+TEST_F(EventSourceTest, TakesTheLastOfEqualKeys) {
+  EXPECT_EQ(stepsOf("{\"payload\":{\"a\":1},\"type\":\"Alert\",\"payload\":2,\"type\":\"Alarm\"}\n"), Steps{"2"});
+}
+
 TEST_F(EventSourceTest, RefusesALineThatIsTooLong) {
   options.maxLineBytes = 100;
   const std::string atLimit = "{\"type\":\"Alarm\",\"payload\":\"" + std::string(71, 'x') + "\"}";
