@@ -1,5 +1,6 @@
 #include "chainrunner/EventSource.h"
 
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -25,7 +26,7 @@ struct Line {
       if (!unknownKey) unknownKey = key;
       return ignored;
     };
-    const std::optional<data_t> other = readJsonMembers(text, placeOf, limits);
+    const std::optional<data_t> other = readJsonMembers(text, std::ref(placeOf), limits);
     if (other) throw MappingError(std::string("the line is not an object but ") + other->type_name());
     if (unknownKey) throw MappingError("unknown key \"" + *unknownKey + "\"");
   }
