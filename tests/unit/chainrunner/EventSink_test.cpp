@@ -3,6 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "chainrunner/json_reader.h"
 #include "devhost/devhost.h"
@@ -104,6 +110,26 @@ TEST_F(EventSinkTest, WritesAtOnceWhenAGatheringIsOver) {
   Message message = event(R"({"qel.type": "t"})", "1");
   receive(message);
   EXPECT_STREQ(text, "{\"type\":\"t\",\"payload\":1}\n");
+}
+
+TEST_F(EventSinkTest, KeepsTheLinesOfTwoThreadsWhole) {
+  constexpr int rounds = 500;
+  const auto send = [&](const char* type, bool gathers) {
+    for (int n = 0; n < rounds; ++n) {
+      std::optional<EventSink::Gathering> gathering;
+      if (gathers) gathering.emplace(sink);
+      Message message = event((R"({"qel.type": ")" + std::string(type) + "\"}").c_str(), "1");
+      receive(message);
+    }
+  };
+  std::thread gatherer(send, "gathered", true);
+  send("alone", false);
+  gatherer.join();
+  std::istringstream lines(std::string(text, size));
+  std::map<std::string, int> counts;
+  for (std::string line; std::getline(lines, line);) ++counts[line];
+  EXPECT_EQ(counts, (std::map<std::string, int>{{R"({"type":"alone","payload":1})", rounds},
+                                                {R"({"type":"gathered","payload":1})", rounds}}));
 }
 
 TEST_F(EventSinkTest, CallsAnEventWithoutATypeNone) {
