@@ -169,6 +169,7 @@ void Exchange::readHead() {
   const char* contentType = nullptr;
   if (curl_easy_getinfo(handle(), CURLINFO_CONTENT_TYPE, &contentType) == CURLE_OK && contentType)
     answer.contentType = contentType;
+  if (status < 300 || status >= 400) return;
   curl_header* location = nullptr;
   if (curl_easy_header(handle(), "Location", 0, CURLH_HEADER, -1, &location) == CURLHE_OK)
     answer.location = location->value;

@@ -14,7 +14,7 @@ struct HttpAnswer {
   std::int64_t status = 0;
   std::string reason;       ///< of the status line, perhaps empty
   std::string contentType;  ///< as sent, with its parameters; empty when there was none
-  std::string location;     ///< where a redirect leads
+  std::string location;     ///< where a redirect leads; empty for any other answer
   std::string body;
 };
 
