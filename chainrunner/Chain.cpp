@@ -25,7 +25,7 @@ Chain::Chain(const PluginLibrary& library, const ChainFile& file, const Credenti
       transport(
           file.transport, [this](Message& answer) { deliver(answer); }, record),
       plugin(library, file.pluginName, file.chainId, withCredentials(file.configuration, credentials),
-             {&sink, &EventSink::receiveBatch}, {&transport, &HttpTransport::sendBatch}) {}
+             {&sink, &EventSink::receiveBatch}, {this, &Chain::passOn}) {}
 
 Chain::~Chain() {
   plugin.shutdown();
@@ -36,6 +36,13 @@ Chain::~Chain() {
 void Chain::deliver(Message& answer) {
   const EventSink::Gathering events(sink);
   plugin.sendTowardsHost(&answer, &answer + 1);
+}
+
+// Whoever sees a page's events may act before the next page is asked for.
+int Chain::passOn(void* self, qel_message* begin, qel_message* end) noexcept {
+  auto& chain = *static_cast<Chain*>(self);
+  chain.sink.flush();
+  return HttpTransport::sendBatch(&chain.transport, begin, end);
 }
 
 void Chain::send(std::vector<Message>& events) {

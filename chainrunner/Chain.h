@@ -47,6 +47,7 @@ class Chain {
 
  private:
   void deliver(Message& answer);
+  static int passOn(void* self, qel_message* begin, qel_message* end) noexcept;
 
   EventSink sink;
   HttpTransport transport;

@@ -56,13 +56,15 @@ class EventSink {
   /// The sink as a chain element's entry point; `self` is the sink.
   static int receiveBatch(void* self, qel_message* begin, qel_message* end) noexcept;
 
+  /// Writes what has been gathered so far.
+  void flush() noexcept EXCLUDES(mutex);
+
   /// Why `out` could not be written, as an errno number; 0 when all is well.
   int writeError() const { return firstError.load(); }
 
  private:
   void receiveAll(Message* begin, Message* end) EXCLUDES(mutex);
   void receive(Message& event) REQUIRES(mutex);
-  void flush() noexcept EXCLUDES(mutex);
   void write() REQUIRES(mutex);
 
   std::FILE* const out;

@@ -105,6 +105,14 @@ TEST_F(EventSinkTest, WritesWhatHasPiledUpDuringALongGathering) {
   EXPECT_EQ(std::string(text, size), "{\"type\":\"t\",\"payload\":\"" + std::string(65536, 'x') + "\"}\n");
 }
 
+TEST_F(EventSinkTest, WritesWhatItGatheredWhenItIsTold) {
+  const EventSink::Gathering gathering(sink);
+  Message message = event(R"({"qel.type": "t"})", "1");
+  receive(message);
+  sink.flush();
+  EXPECT_STREQ(text, "{\"type\":\"t\",\"payload\":1}\n");
+}
+
 TEST_F(EventSinkTest, WritesAtOnceWhenAGatheringIsOver) {
   { const EventSink::Gathering gathering(sink); }
   Message message = event(R"({"qel.type": "t"})", "1");
