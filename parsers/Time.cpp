@@ -4,6 +4,7 @@
 #include <unicode/fmtable.h>
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
+#include <unicode/uchar.h>
 
 #include <cstdlib>
 #include <memory>
@@ -37,6 +38,23 @@ std::optional<std::string> textOf(double millis, const icu::SimpleDateFormat& fo
   if (!utf16) return std::nullopt;  // there was no memory for it
   const std::unique_ptr<char, FreeHostBlock> utf8(kv_getUTF8(reinterpret_cast<const std::uint16_t*>(utf16)));
   return std::string(utf8.get());
+}
+
+/// Whether ICU would divide by zero: for each digit of a second's fraction beyond the third it multiplies a divisor by
+/// ten, and after 32 of them the divisor has lost all its bits.
+bool breaksParser(const icu::UnicodeString& text) {
+  constexpr int tooMany = 35;
+  int digits = 0;
+  if (text.length() < tooMany) return false;
+  for (std::int32_t at = 0; at < text.length(); at = text.moveIndex32(at, 1)) {
+    const UChar32 character = text.char32At(at);
+    if (u_isdigit(character)) {
+      if (++digits == tooMany) return true;
+    } else if (!u_hasBinaryProperty(character, UCHAR_DEFAULT_IGNORABLE_CODE_POINT)) {
+      digits = 0;
+    }
+  }
+  return false;
 }
 
 std::vector<hashed_key> names(std::initializer_list<const char*> texts) {
@@ -177,8 +195,9 @@ double Time::parseText(const char* text, const char* key) {
   const TimestampMemo::Key timestamp(text);
   if (const double* const known = readTimestamps.find(timestamp)) return *known;
   if (parserIsWhole) {
-    parserStatus = U_ZERO_ERROR;
-    const UDate millis = parser.parse(icu::UnicodeString::fromUTF8(text), parserStatus);
+    const icu::UnicodeString utf16 = icu::UnicodeString::fromUTF8(text);
+    parserStatus = breaksParser(utf16) ? U_ILLEGAL_ARGUMENT_ERROR : U_ZERO_ERROR;
+    const UDate millis = U_SUCCESS(parserStatus) ? parser.parse(utf16, parserStatus) : 0;
     if (U_SUCCESS(parserStatus)) {
       readTimestamps.keep(timestamp, millis / millisPerSecond);
       return millis / millisPerSecond;

@@ -51,6 +51,15 @@ INSTANTIATE_TEST_SUITE_P(Texts, TimestampTest,
                                          Timestamp{"1969-12-31T23:59:58.500Z", "-1.5"},
                                          Timestamp{"2100-01-01T00:00:00.001Z", "4102444800.001"}));
 
+TEST_F(TimeTowardsHostTest, LeavesAFractionOfThirtyFourDigitsToIcu) {
+  EXPECT_NE(read(quoted("2020-09-13T12:26:40.9999999999999999999999999999999999Z")), "0.0");
+  EXPECT_EQ(takeLogs(debugLevel), Texts{});
+}
+
+TEST_F(TimeTowardsHostTest, CountsNoDigitsThatOthersPart) {
+  EXPECT_EQ(read(quoted("2020-09-13T12:26:40.250Z 20200913 122640250 and 20200913-122640250")), "1600000000.25");
+}
+
 TEST_F(TimeTowardsHostTest, ReadsABorrowedText) {
   EXPECT_EQ(read(R"({"$borrowed": "2020-09-13T12:26:40.250Z"})"), "1600000000.25");
 }
@@ -99,15 +108,24 @@ TEST_P(UnreadableTest, BecomesZeroWithADebugLine) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, UnreadableTest,
-    testing::Values(Unreadable{"Word", R"("soon")",
-                               "Failed to parse field 'lastUpdated' with value soon: error code 1"},
-                    Unreadable{"NoText", R"("")", "Failed to parse field 'lastUpdated' with value : error code 1"},
-                    Unreadable{"NoTimeOfDay", R"("2020-09-13")",
-                               "Failed to parse field 'lastUpdated' with value 2020-09-13: error code 1"},
-                    Unreadable{"NoOffset", R"("2020-09-13T12:26:40.250")",
-                               "Failed to parse field 'lastUpdated' with value 2020-09-13T12:26:40.250: error code 1"},
-                    Unreadable{"Seconds", R"("1600000000.25")",
-                               "Failed to parse field 'lastUpdated' with value 1600000000.25: error code 1"}),
+    testing::Values(
+        Unreadable{"Word", R"("soon")", "Failed to parse field 'lastUpdated' with value soon: error code 1"},
+        Unreadable{"NoText", R"("")", "Failed to parse field 'lastUpdated' with value : error code 1"},
+        Unreadable{"NoTimeOfDay", R"("2020-09-13")",
+                   "Failed to parse field 'lastUpdated' with value 2020-09-13: error code 1"},
+        Unreadable{"NoOffset", R"("2020-09-13T12:26:40.250")",
+                   "Failed to parse field 'lastUpdated' with value 2020-09-13T12:26:40.250: error code 1"},
+        Unreadable{"Seconds", R"("1600000000.25")",
+                   "Failed to parse field 'lastUpdated' with value 1600000000.25: error code 1"},
+        Unreadable{"FractionThatBreaksIcu", R"("2020-09-13T12:26:40.99999999999999999999999999999999999Z")",
+                   "Failed to parse field 'lastUpdated' with value "
+                   "2020-09-13T12:26:40.99999999999999999999999999999999999Z: error code 1"},
+        Unreadable{
+            "FractionOfOtherDigits",
+            R"("2020-09-13T12:26:40.١١١١١١١١١١١١١١١١١١‎١١١١١١١١١١١١١١١١١١Z")",
+            "Failed to parse field 'lastUpdated' with value "
+            "2020-09-13T12:26:40.١١١١١١١١١١١١١١١١١١‎١١١١١١١١١١١١١١١١١١Z: error code "
+            "1"}),
     NameOfCase());
 
 INSTANTIATE_TEST_SUITE_P(
