@@ -64,8 +64,9 @@ void appendEntries(std::string& out, const map_t& map) {
   const map_slot* const end = slot + capacity;
   for (std::uint64_t left = count; slot != end; ++slot) {
     if (!isOccupied(*slot)) continue;
+    const bool isText = slot->key.tag == QEL_STRING;
     append(out, reinterpret_cast<const data_t&>(slot->key));
-    if (slot->key.tag != QEL_STRING && !goesOn()) return;
+    if (!isText && !goesOn()) return;
     out += ':';
     append(out, reinterpret_cast<const data_t&>(slot->value));
     if (!goesOn() || --left == 0) return;

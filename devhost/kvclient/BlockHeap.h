@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 #include "devhost/kvclient/Arena.h"
@@ -39,6 +40,39 @@ class BlockHeap {
       return owner->release(*chunk, block);
     owner->giveBack(block);
   }
+
+  /// Gives back a container of another thread with the blocks that it owned. They go home in one piece, named in the
+  /// container's own memory: so each of them is to be added when what the container says of it, 16 bytes or more behind
+  /// a header of 16 or more, was read. [one thread]
+  class HomeComing {
+   public:
+    explicit HomeComing(void* container) noexcept : bundle(static_cast<Bundle*>(container)) {}
+    HomeComing(const HomeComing&) = delete;
+    HomeComing& operator=(const HomeComing&) = delete;
+
+    /// Whether the container is another thread's.
+    static bool isFor(const void* container) noexcept {
+      const Chunk* chunk = Arena::chunkOf(container);
+      return chunk != nullptr && chunk->owner.load(std::memory_order_relaxed) != mine;
+    }
+
+    /// A block that the container owned.
+    void add(void* block) noexcept {
+      if (Arena::chunkOf(block) == nullptr) [[unlikely]]
+        return std::free(block);
+      bundle->blocks()[count++] = block;
+    }
+
+    /// The container itself, at last.
+    void close() noexcept {
+      bundle->count = count;
+      Arena::chunkOf(bundle)->owner.load(std::memory_order_relaxed)->giveBack(bundle);
+    }
+
+   private:
+    Bundle* const bundle;
+    std::uint64_t count = 0;
+  };
 
   /// A block of `newSize` bytes that begins with the content of `block`, which had `oldSize` and is given back unless
   /// it has room enough. Null when memory is exhausted; then `block` stays. [any thread]

@@ -17,6 +17,15 @@ struct FreeBlock {
   FreeBlock* next;
 };
 
+/// What a container's block holds on its way home from another thread: the next such block, and the blocks that the
+/// container owned. Nobody touches those on the way, so they stay in the cache of the thread that they go home to.
+struct Bundle {
+  Bundle* next;
+  std::uint64_t count;
+
+  void** blocks() { return reinterpret_cast<void**>(this + 1); }
+};
+
 /// The books of one chunk of memory. They lie apart from it, side by side: at the heads of their chunks they would all
 /// fall into the same few sets of a cache. All fields but `owner` belong to the owner's thread.
 struct alignas(64) Chunk {

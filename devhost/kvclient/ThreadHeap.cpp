@@ -35,29 +35,64 @@ bool ThreadHeap::renew(std::size_t sizeClass) {
   return true;
 }
 
-void ThreadHeap::giveBack(void* block) {
-  auto* free = static_cast<FreeBlock*>(block);
-  free->next = returned.load(std::memory_order_relaxed);
-  while (!returned.compare_exchange_weak(free->next, free, std::memory_order_release, std::memory_order_relaxed)) {
+namespace {
+
+template <class Link>
+void push(std::atomic<Link*>& list, Link* link) {
+  link->next = list.load(std::memory_order_relaxed);
+  while (!list.compare_exchange_weak(link->next, link, std::memory_order_release, std::memory_order_relaxed)) {
   }
 }
 
+/// Everything that is on the list, which is empty then.
+template <class Link>
+Link* takeAll(std::atomic<Link*>& list) {
+  return list.load(std::memory_order_relaxed) == nullptr ? nullptr : list.exchange(nullptr, std::memory_order_acquire);
+}
+
+}  // namespace
+
+void ThreadHeap::giveBack(void* block) {
+  push(returned, static_cast<FreeBlock*>(block));
+}
+
+void ThreadHeap::giveBack(Bundle* bundle) {
+  push(bundles, bundle);
+}
+
 void ThreadHeap::collect() {
-  if (returned.load(std::memory_order_relaxed) == nullptr) return;
-  FreeBlock* block = returned.exchange(nullptr, std::memory_order_acquire);
-  while (block != nullptr) {
+  for (FreeBlock* block = takeAll(returned); block != nullptr;) {
     FreeBlock* next = block->next;
-    Chunk& chunk = *Arena::chunkOf(block);
-    ThreadHeap* owner = chunk.owner.load(std::memory_order_relaxed);
-    if (owner != this) {
-      // The chunk has moved on since the block was given back here.
-      owner->giveBack(block);
-    } else {
-      chunk.put(block);
-      if (chunk.freed == chunk.noticeAt) notice(chunk);
-    }
+    takeHome(block);
     block = next;
   }
+  collectBundles();
+}
+
+/// The blocks lie in many places, some of them in another processor's cache: all are fetched at a time.
+void ThreadHeap::collectBundles() {
+  constexpr std::uint64_t ahead = 16;
+  for (Bundle* bundle = takeAll(bundles); bundle != nullptr;) {
+    Bundle* next = bundle->next;
+    const std::uint64_t count = bundle->count;
+    void* const* blocks = bundle->blocks();
+    for (std::uint64_t i = 0; i < std::min(ahead, count); ++i) __builtin_prefetch(blocks[i], 1);
+    for (std::uint64_t i = 0; i < count; ++i) {
+      if (i + ahead < count) __builtin_prefetch(blocks[i + ahead], 1);
+      takeHome(blocks[i]);
+    }
+    takeHome(bundle);
+    bundle = next;
+  }
+}
+
+/// A block whose chunk has moved on since it was given back here goes on to the chunk's owner.
+void ThreadHeap::takeHome(void* block) {
+  Chunk& chunk = *Arena::chunkOf(block);
+  ThreadHeap* owner = chunk.owner.load(std::memory_order_relaxed);
+  if (owner != this) return owner->giveBack(block);
+  chunk.put(static_cast<FreeBlock*>(block));
+  if (chunk.freed == chunk.noticeAt) notice(chunk);
 }
 
 void ThreadHeap::releaseNoticed(Chunk& chunk) {

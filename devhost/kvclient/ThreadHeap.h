@@ -15,9 +15,9 @@ namespace devhost {
 /// to become current, or are full and in no list until enough of their blocks came back. A wholly free chunk is spare:
 /// it may serve any class next.
 ///
-/// Other threads give blocks back through `returned`, which the owner collects whenever a current chunk is used up. A
-/// heap outlives its thread: it is parked in the pool then, where the next thread takes it over and others find its
-/// chunks.
+/// Other threads give blocks back through `returned` and `bundles`, which the owner collects whenever a current chunk
+/// is used up. A heap outlives its thread: it is parked in the pool then, where the next thread takes it over and
+/// others find its chunks.
 class ThreadHeap {
  public:
   constexpr ThreadHeap() { current.fill(&noChunk); }
@@ -41,6 +41,9 @@ class ThreadHeap {
   /// Takes back a block of a chunk of this heap. [any thread]
   void giveBack(void* block);
 
+  /// Takes back a block of a chunk of this heap, with those that it names, of whichever heap. [any thread]
+  void giveBack(Bundle* bundle);
+
   // For the pool, which calls these with its mutex held, for heaps that no thread has. ------------------------------
 
   /// Leaves no chunk current.
@@ -61,6 +64,8 @@ class ThreadHeap {
   static constexpr std::uint32_t keptSpares = 16;
   static constexpr std::uint32_t carvedBytes = 4096;
 
+  void takeHome(void* block);
+  void collectBundles();
   void releaseNoticed(Chunk& chunk);
   bool renew(std::size_t sizeClass);
   void notice(Chunk& chunk);
@@ -77,6 +82,7 @@ class ThreadHeap {
   Chunk* spares = nullptr;
   std::uint32_t spareCount = 0;
   alignas(64) std::atomic<FreeBlock*> returned = nullptr;
+  std::atomic<Bundle*> bundles = nullptr;
 };
 
 }  // namespace devhost

@@ -24,6 +24,14 @@ inline void returnMemory(void* block) noexcept {
   std::free(block);
 }
 
+class HomeComing {
+ public:
+  explicit HomeComing(void*) noexcept {}
+  static bool isFor(const void*) noexcept { return false; }
+  void add(void*) noexcept {}
+  void close() noexcept {}
+};
+
 #else
 
 /// Memory for a block, uninitialised; null when it is exhausted. [any thread]
@@ -41,6 +49,9 @@ inline void* resizeMemory(void* block, std::size_t oldSize, std::size_t newSize)
 inline void returnMemory(void* block) noexcept {
   BlockHeap::release(block);
 }
+
+/// The way back of another thread's container and of the blocks that it owned. [one thread]
+using HomeComing = BlockHeap::HomeComing;
 
 #endif
 

@@ -48,6 +48,9 @@ class Unwatched {
   /// Releases a block.
   void release(BlockKind, void* block) const noexcept { returnMemory(block); }
 
+  /// Whether the container's memory is another thread's, so that it is better released by way of a HomeComing.
+  static bool isFromElsewhere(const void* container) noexcept { return HomeComing::isFor(container); }
+
   void checkFreeable(BlockKind, const void*) const {}
   void checkReadable(BlockKind, const void*) const {}
   void enterValue() const {}
@@ -67,6 +70,8 @@ class Watched {
   /// Releases a block. At level `ledger`, a block of another kind aborts; at `strict`, a block already freed or a
   /// pointer that is no block does too.
   void release(BlockKind kind, void* block) const;
+
+  static bool isFromElsewhere(const void*) { return false; }
 
   /// Aborts where release would, and does nothing else: for a look inside a block that is about to be freed.
   void checkFreeable(BlockKind kind, const void* block) const;

@@ -54,7 +54,8 @@ void releaseCustom(const Blocks& blocks, CustomBlock* custom) {
   blocks.release(BlockKind::custom, custom);
 }
 
-template <class Blocks>
+/// `isFromElsewhere`: the value is another thread's, and so most of its containers will be.
+template <class Blocks, bool isFromElsewhere = false>
 class Releaser {
  public:
   explicit Releaser(const Blocks& blocks) : blocks(blocks) {}
@@ -62,7 +63,7 @@ class Releaser {
   void releaseList(list_header* list) {
     blocks.checkFreeable(BlockKind::list, list);
     blocks.enterValue();
-    freeList(list);
+    pending.add(list);
     releasePending();
   }
 
@@ -70,7 +71,7 @@ class Releaser {
     blocks.checkFreeable(BlockKind::map, map);
     blocks.enterValue();
     freeName(map);
-    freeTable(map);
+    pending.add(map);
     releasePending();
   }
 
@@ -89,7 +90,9 @@ class Releaser {
 
   void freeList(list_header* list) {
     blocks.checkFreeable(BlockKind::list, list);
-    for (std::uint64_t i = 0; i < list->count; ++i) discard(elementsOf(list)[i]);
+    if constexpr (isFromElsewhere)
+      if (Blocks::isFromElsewhere(list)) return sendListHome(list);
+    discardElements(list, [this](BlockKind kind, void* block) { blocks.release(kind, block); });
     blocks.release(BlockKind::list, list);
   }
 
@@ -99,26 +102,53 @@ class Releaser {
 
   void freeTable(map_header* map) {
     blocks.checkFreeable(BlockKind::map, map);
-    forEachEntry(map, [this](map_slot& slot) {
-      discard(slot.key);
-      discard(slot.value);
-    });
+    if constexpr (isFromElsewhere)
+      if (Blocks::isFromElsewhere(map)) return sendTableHome(map);
+    discardEntries(map, [this](BlockKind kind, void* block) { blocks.release(kind, block); });
     blocks.release(BlockKind::map, map);
   }
 
-  /// Frees a value of a container, or notes it if it is one itself.
-  void discard(const qel_value& value) {
+  void sendListHome(list_header* list) {
+    HomeComing way(list);
+    discardElements(list, [&](BlockKind, void* block) { way.add(block); });
+    way.close();
+  }
+
+  void sendTableHome(map_header* map) {
+    HomeComing way(map);
+    discardEntries(map, [&](BlockKind, void* block) { way.add(block); });
+    way.close();
+  }
+
+  template <class Release>
+  void discardElements(list_header* list, const Release& release) {
+    const std::uint64_t count = list->count;
+    for (std::uint64_t i = 0; i < count; ++i) discard(elementsOf(list)[i], release);
+  }
+
+  template <class Release>
+  void discardEntries(map_header* map, const Release& release) {
+    forEachEntry(map, [&](map_slot& slot) {
+      discard(slot.key, release);
+      discard(slot.value, release);
+    });
+  }
+
+  /// Frees a value of a container, or notes it if it is one itself. Its 16 bytes may be overwritten then.
+  template <class Release>
+  void discard(const qel_value& value, const Release& release) {
     if (value.tag == QEL_STRING) [[likely]] {
-      if (value.payload != 0) blocks.release(BlockKind::string, blockOf<void>(value));
+      if (value.payload != 0) release(BlockKind::string, blockOf<void>(value));
     } else if (value.tag > QEL_STRING && value.payload != 0) {
-      discardRare(value);
+      discardRare(value, release);
     }
   }
 
-  void discardRare(const qel_value& value) {
+  template <class Release>
+  void discardRare(const qel_value& value, const Release& release) {
     switch (value.tag) {
       case QEL_BUFFER:
-        return blocks.release(BlockKind::buffer, blockOf<void>(value));
+        return release(BlockKind::buffer, blockOf<void>(value));
       case QEL_CUSTOM:
         return releaseCustom(blocks, blockOf<CustomBlock>(value));
       case QEL_LIST:
@@ -140,6 +170,17 @@ class Releaser {
   std::conditional_t<std::is_same_v<Blocks, Watched>, ContainerList, ContainerChain> pending;
 };
 
+// Not inlined, so that a thread's own values don't pay for it.
+template <class Blocks>
+[[gnu::noinline]] void releaseFromElsewhere(const Blocks& blocks, map_header* map) {
+  Releaser<Blocks, true>(blocks).releaseMap(map);
+}
+
+template <class Blocks>
+[[gnu::noinline]] void releaseFromElsewhere(const Blocks& blocks, list_header* list) {
+  Releaser<Blocks, true>(blocks).releaseList(list);
+}
+
 }  // namespace
 }  // namespace devhost
 
@@ -147,12 +188,18 @@ using namespace devhost;
 
 void qel_free_map(map_header* block) {
   if (block == nullptr) return;
-  withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) { Releaser(blocks).releaseMap(block); });
+  withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) {
+    if (blocks.isFromElsewhere(block)) return releaseFromElsewhere(blocks, block);
+    Releaser(blocks).releaseMap(block);
+  });
 }
 
 void qel_free_vector(list_header* block) {
   if (block == nullptr) return;
-  withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) { Releaser(blocks).releaseList(block); });
+  withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) {
+    if (blocks.isFromElsewhere(block)) return releaseFromElsewhere(blocks, block);
+    Releaser(blocks).releaseList(block);
+  });
 }
 
 void qel_free_string(char* text) {

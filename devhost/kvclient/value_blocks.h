@@ -41,7 +41,7 @@ inline bool isOccupied(const map_slot& slot) {
 
 /// Calls `visit` with each occupied slot, and looks no further than the last of them. [any thread]
 template <class Visit>
-void forEachEntry(map_header* map, Visit visit) {
+[[gnu::always_inline]] inline void forEachEntry(map_header* map, Visit visit) {
   map_slot* const end = slotsOf(map) + map->capacity;
   std::uint64_t left = map->count;
   for (map_slot* slot = slotsOf(map); left != 0 && slot != end; ++slot) {

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <barrier>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <mutex>
@@ -66,6 +68,19 @@ constexpr std::size_t blocksPerChunk(std::size_t size) {
   return devhost::Chunk::size / size;
 }
 
+std::set<const devhost::Chunk*> chunksOf(const std::vector<void*>& blocks) {
+  std::set<const devhost::Chunk*> chunks;
+  for (void* block : blocks) chunks.insert(Arena::chunkOf(block));
+  return chunks;
+}
+
+/// How many chunks are none of `known`.
+std::ptrdiff_t countOthers(const std::set<const devhost::Chunk*>& chunks,
+                           const std::set<const devhost::Chunk*>& known) {
+  return std::count_if(chunks.begin(), chunks.end(),
+                       [&](const devhost::Chunk* chunk) { return !known.contains(chunk); });
+}
+
 void runThread(const std::function<void()>& body) {
   std::thread(body).join();
 }
@@ -125,6 +140,68 @@ TEST(BlockHeapTest, BlocksFreedByAnotherThreadComeHome) {
     const std::vector<void*> second = allocate(10'000, 72);
     EXPECT_LE(countNew(second, first), blocksPerChunk(72));
     release(second);
+  });
+}
+
+TEST(BlockHeapTest, ContainerFreedByAnotherThreadBringsItsBlocksHome) {
+  constexpr std::size_t blocksPerContainer = 20;
+  runThread([] {
+    const std::vector<void*> containers = allocate(1'000, 352);
+    const std::vector<void*> blocks = allocate(containers.size() * blocksPerContainer, 24);
+    runThread([&] {
+      auto block = blocks.begin();
+      for (void* container : containers) {
+        ASSERT_TRUE(BlockHeap::HomeComing::isFor(container));
+        BlockHeap::HomeComing way(container);
+        for (std::size_t i = 0; i < blocksPerContainer; ++i) way.add(*block++);
+        way.close();
+      }
+    });
+    std::set<const devhost::Chunk*> known = chunksOf(containers);
+    known.merge(chunksOf(blocks));
+    const std::vector<void*> containersAgain = allocate(containers.size(), 352);
+    const std::vector<void*> blocksAgain = allocate(blocks.size(), 24);
+    EXPECT_LE(countOthers(chunksOf(containersAgain), known), 1);
+    EXPECT_LE(countOthers(chunksOf(blocksAgain), known), 1);
+    release(containersAgain);
+    release(blocksAgain);
+  });
+}
+
+TEST(BlockHeapTest, ContainerBringsBlocksOfOtherThreadsHomeToThem) {
+  constexpr std::size_t blocksPerContainer = 40;
+  runThread([] {
+    const std::vector<void*> blocks = allocate(10'000, 40);
+    const std::vector<void*> moved(blocks.begin(), blocks.begin() + 20 * blocksPerContainer);
+    runThread([&] {
+      const std::vector<void*> containers = allocate(20, 400);
+      runThread([&] {
+        auto block = moved.begin();
+        for (void* container : containers) {
+          BlockHeap::HomeComing way(container);
+          for (std::size_t i = 0; i < blocksPerContainer; ++i) way.add(*block++);
+          way.add(std::malloc(5000));
+          way.close();
+        }
+      });
+      // Asking for so much, the thread finds what came home, and sends on what isn't its own.
+      release(allocate(10'000, 400));
+    });
+    const std::vector<void*> again = allocate(blocksPerChunk(40) + moved.size(), 40);
+    EXPECT_LE(countNew(again, moved), blocksPerChunk(40));
+    release(again);
+    release({blocks.begin() + static_cast<std::ptrdiff_t>(moved.size()), blocks.end()});
+  });
+}
+
+TEST(BlockHeapTest, OwnContainersAndMallocsNeedNoHomeComing) {
+  runThread([] {
+    void* own = BlockHeap::allocate(352);
+    void* large = BlockHeap::allocate(5000);
+    EXPECT_FALSE(BlockHeap::HomeComing::isFor(own));
+    runThread([&] { EXPECT_FALSE(BlockHeap::HomeComing::isFor(large)); });
+    BlockHeap::release(own);
+    BlockHeap::release(large);
   });
 }
 
@@ -228,6 +305,52 @@ TEST(BlockHeapTest, ThreadsPassBlocksAround) {
     for (std::thread& thread : running) thread.join();
   }
   for (Mailbox& mailbox : mailboxes) std::for_each(mailbox.blocks.begin(), mailbox.blocks.end(), discard);
+  EXPECT_EQ(spoiled, 0);
+}
+
+TEST(BlockHeapTest, ThreadsPassContainersAround) {
+  constexpr int threads = 3;
+  constexpr int steps = 3'000;
+  struct Container {
+    void* memory;
+    std::vector<Filled> blocks;
+  };
+  struct Mailbox {
+    std::mutex mutex;
+    std::vector<Container> containers;
+  };
+  std::array<Mailbox, threads> mailboxes;
+  std::atomic<int> spoiled = 0;
+  const auto discard = [&](const Container& container) {
+    for (const Filled& block : container.blocks) spoiled += !block.isIntact();
+    if (!BlockHeap::HomeComing::isFor(container.memory)) {
+      for (const Filled& block : container.blocks) BlockHeap::release(block.bytes);
+      return BlockHeap::release(container.memory);
+    }
+    BlockHeap::HomeComing way(container.memory);
+    for (const Filled& block : container.blocks) way.add(block.bytes);
+    way.close();
+  };
+  const auto life = [&](unsigned seed) {
+    std::mt19937 random(seed);
+    for (int i = 0; i < steps; ++i) {
+      Container made{BlockHeap::allocate(16 + 8 * 16), {}};
+      for (auto count = random() % 17; count > 0; --count)
+        made.blocks.push_back(Filled::make(random() % 200 + 1, static_cast<unsigned char>(random())));
+      Mailbox& mailbox = mailboxes[random() % threads];
+      std::lock_guard lock(mailbox.mutex);
+      if (!mailbox.containers.empty() && !made.blocks.empty() && !mailbox.containers.back().blocks.empty())
+        std::swap(made.blocks.back(), mailbox.containers.back().blocks.back());
+      mailbox.containers.push_back(std::move(made));
+      if (mailbox.containers.size() < 40) continue;
+      std::for_each(mailbox.containers.begin(), mailbox.containers.end(), discard);
+      mailbox.containers.clear();
+    }
+  };
+  std::vector<std::thread> running;
+  for (unsigned i = 0; i < threads; ++i) running.emplace_back(life, i);
+  for (std::thread& thread : running) thread.join();
+  for (Mailbox& mailbox : mailboxes) std::for_each(mailbox.containers.begin(), mailbox.containers.end(), discard);
   EXPECT_EQ(spoiled, 0);
 }
 

@@ -1,4 +1,6 @@
 // What goes with a value when it is freed. The fixture's balance is the proof.
+#include <cstdint>
+#include <string>
 #include <thread>
 
 #include "tests/unit/devhost/BalanceTest.h"
@@ -52,4 +54,18 @@ TEST_F(FreeTest, DepthOfNestingDoesNotMatter) {
 TEST_F(FreeTest, AnotherThreadMayFreeTheBlock) {
   const qel_value value = list({string("made here"), map(8, "name")});
   std::thread([&value] { release(value); }).join();
+}
+
+TEST_F(FreeTest, AnotherThreadMayFreeWhateverIsInside) {
+  const std::string longText(5000, 'x');
+  const qel_value inner = map(8, "inner");
+  for (std::uint64_t slot = 0; slot < 8; ++slot) occupy(inner, slot, slot + 2, string("key"), string("value"));
+  const qel_value value = map(16, "outer");
+  occupy(value, 0, 0, string("hash zero"), inner);
+  occupy(value, 5, 5, devhost::makeBuffer("b", 1), string(longText.c_str()));
+  occupy(value, 6, 6, list({string("in a key"), empty(), list({})}), custom(3));
+  occupy(value, 15, 7, borrowed("lent"), list({string("a"), string("b"), string(longText.c_str()), string("d")}));
+  entomb(value, 9);
+  std::thread([&value] { release(value); }).join();
+  EXPECT_EQ(liveCustomObjects(), 0);
 }
