@@ -145,6 +145,13 @@ bool operator==(const data_t& a, const data_t& b);
 bool operator==(const list_t& a, const list_t& b);
 bool operator==(const map_t& a, const map_t& b);
 
+/// The equality of two keys, inlined for the kind that nearly all are: owned texts.
+inline bool isSameKey(const data_t& a, const data_t& b) {
+  if (a.is(Tag::string) && b.is(Tag::string)) [[likely]]
+    return std::strcmp(reinterpret_cast<const char*>(a.bits()), reinterpret_cast<const char*>(b.bits())) == 0;
+  return a == b;
+}
+
 struct map_t::entry {
   const data_t first;
   data_t second;

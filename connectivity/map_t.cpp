@@ -43,12 +43,6 @@ bool needsRebuild(const map_header& block) {
   return 4 * (block.count + block.tombstones) > 3 * block.capacity;
 }
 
-bool isSameKey(const data_t& a, const data_t& b) {
-  if (a.is(Tag::string) && b.is(Tag::string)) [[likely]]
-    return std::strcmp(reinterpret_cast<const char*>(a.bits()), reinterpret_cast<const char*>(b.bits())) == 0;
-  return a == b;
-}
-
 bool checksAreSkipped() {
   return std::getenv("KV_SKIP_DATA_T_ITERATOR_CHECKS") != nullptr;
 }

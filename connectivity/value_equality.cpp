@@ -56,19 +56,21 @@ bool operator==(const list_t& a, const list_t& b) {
 // A string key is looked up by the hash that its slot keeps. Maps that were built alike hold it in the same slot.
 bool operator==(const map_t& a, const map_t& b) {
   if (a.size() != b.size() || !equalNames(a.name(), b.name())) return false;
+  if (a.empty()) return true;
+  const map_slot* const end = a.slots() + a.capacity();
+  const map_slot* const endOfTwins = b.slots() + b.capacity();
+  const map_slot* twin = b.slots();
   std::uint64_t left = a.size();
-  for (std::uint64_t index = 0; left > 0 && index < a.capacity(); ++index) {
-    const map_slot& slot = a.slots()[index];
-    if (!isOccupied(slot)) continue;
+  for (const map_slot* slot = a.slots(); left > 0 && slot != end; ++slot, ++twin) {
+    if (!isOccupied(*slot)) continue;
     --left;
-    const auto& key = reinterpret_cast<const data_t&>(slot.key);
-    const std::uint64_t keyHash = key.isString() ? slot.hash : hash(key, tableSeed);
-    const map_slot* other = index < b.capacity() ? b.slots() + index : nullptr;
-    if (!other || other->hash != keyHash || !isOccupied(*other) ||
-        !(reinterpret_cast<const data_t&>(other->key) == key))
-      other = b.slotOf(key, keyHash);
+    const auto& key = reinterpret_cast<const data_t&>(slot->key);
+    const std::uint64_t keyHash = key.isString() ? slot->hash : hash(key, tableSeed);
+    const bool isInTwin = twin < endOfTwins && twin->hash == keyHash && isOccupied(*twin) &&
+                          isSameKey(reinterpret_cast<const data_t&>(twin->key), key);
+    const map_slot* const other = isInTwin ? twin : b.slotOf(key, keyHash);
     if (!other) return false;
-    if (!(reinterpret_cast<const data_t&>(slot.value) == reinterpret_cast<const data_t&>(other->value))) return false;
+    if (!(reinterpret_cast<const data_t&>(slot->value) == reinterpret_cast<const data_t&>(other->value))) return false;
   }
   return true;
 }
