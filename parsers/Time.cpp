@@ -15,6 +15,7 @@
 #include "connectivity/conversion.h"
 #include "connectivity/host_platform.h"
 #include "connectivity/to_string.h"
+#include "parsers/FieldNumberFormat.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -38,6 +39,14 @@ std::optional<std::string> textOf(double millis, const icu::SimpleDateFormat& fo
   if (!utf16) return std::nullopt;  // there was no memory for it
   const std::unique_ptr<char, FreeHostBlock> utf8(kv_getUTF8(reinterpret_cast<const std::uint16_t*>(utf16)));
   return std::string(utf8.get());
+}
+
+/// Has the date format write and read the numbers of its fields by way of `FieldNumberFormat`.
+void takeNumbersOver(icu::SimpleDateFormat& format) {
+  const icu::NumberFormat* const numbers = format.getNumberFormat();
+  std::unique_ptr<const icu::NumberFormat> whole(numbers ? numbers->clone() : nullptr);
+  std::unique_ptr<icu::NumberFormat> fields(whole ? new FieldNumberFormat(std::move(whole)) : nullptr);
+  if (fields) format.adoptNumberFormat(fields.release());
 }
 
 /// Whether ICU would divide by zero: for each digit of a second's fraction beyond the third it multiplies a divisor by
@@ -101,6 +110,8 @@ Time::Time(const DataConstants& constants, const Logger& logger)
       constants(constants) {
   if (U_FAILURE(formatterStatus))
     logger.error("Time formatter initialization failed with status code %d", static_cast<int>(formatterStatus));
+  if (formatterIsWhole) takeNumbersOver(formatter);
+  if (parserIsWhole) takeNumbersOver(parser);
   const char* const zone = zoneOfEnvironment();
   if (zone) applyZone(zone);
 
