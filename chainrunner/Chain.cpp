@@ -38,10 +38,11 @@ void Chain::deliver(Message& answer) {
   plugin.sendTowardsHost(&answer, &answer + 1);
 }
 
-// Whoever sees a page's events may act before the next page is asked for.
+// Whoever sees a page's events may act before the next page is asked for. It is asked for on the thread that delivers
+// them; other requests don't wait for the lines.
 int Chain::passOn(void* self, qel_message* begin, qel_message* end) noexcept {
   auto& chain = *static_cast<Chain*>(self);
-  chain.sink.flush();
+  if (chain.transport.isOnDeliveryThread()) chain.sink.flush();
   return HttpTransport::sendBatch(&chain.transport, begin, end);
 }
 

@@ -56,6 +56,9 @@ class HttpTransport {
   /// Requests whose answers have not been delivered. [any thread]
   std::size_t inFlight() const EXCLUDES(mutex);
 
+  /// Whether it runs on the delivery thread. [any thread]
+  bool isOnDeliveryThread() const { return std::this_thread::get_id() == deliveryThread.get_id(); }
+
   /// The walks from page to page that are under way. [any thread]
   std::vector<WalkProgress> walksInProgress() const { return walks.inProgress(); }
 
@@ -93,7 +96,6 @@ class HttpTransport {
   void answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) EXCLUDES(mutex);
   void queue(std::unique_ptr<Flight> flight, const map_t& metadata) EXCLUDES(mutex);
   void addAnswer(std::unique_ptr<Flight> flight) REQUIRES(mutex);
-  bool isOnDeliveryThread() const { return std::this_thread::get_id() == deliveryThread.get_id(); }
 
   void runWire();
   void startRequests() EXCLUDES(mutex);

@@ -12,39 +12,38 @@ std::uint64_t RunCounts::sum(const std::map<std::string, std::uint64_t>& counts)
 }
 
 void RunRecord::countEventIn(const std::string& type) {
-  const MutexLock lock(mutex);
-  ++current.eventsIn[type];
+  const MutexLock lock(in.mutex);
+  ++in.byType[type];
 }
 
 void RunRecord::countEventOut(const std::string& type) {
-  const MutexLock lock(mutex);
-  ++current.eventsOut[type];
-}
-
-void RunRecord::countRefusedLine() {
-  const MutexLock lock(mutex);
-  ++current.refusedLines;
-}
-
-void RunRecord::countRequest() {
-  const MutexLock lock(mutex);
-  ++current.requests;
-}
-
-void RunRecord::countRetry() {
-  const MutexLock lock(mutex);
-  ++current.retries;
+  const MutexLock lock(out.mutex);
+  ++out.byType[type];
 }
 
 void RunRecord::countAnswer(const std::string& status, double latencySeconds) {
-  const MutexLock lock(mutex);
-  ++current.answers[status];
-  current.latencies.add(latencySeconds);
+  const MutexLock lock(answers.mutex);
+  ++answers.byStatus[status];
+  answers.latencies.add(latencySeconds);
 }
 
 RunCounts RunRecord::counts() const {
-  const MutexLock lock(mutex);
-  return current;
+  RunCounts now;
+  {
+    const MutexLock lock(out.mutex);
+    now.eventsOut = out.byType;
+  }
+  {
+    const MutexLock lock(answers.mutex);
+    now.answers = answers.byStatus;
+    now.latencies = answers.latencies;
+  }
+  now.retries = retries;
+  now.requests = requests;
+  now.refusedLines = refusedLines;
+  const MutexLock lock(in.mutex);
+  now.eventsIn = in.byType;
+  return now;
 }
 
 }  // namespace chainrunner

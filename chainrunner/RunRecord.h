@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -22,21 +23,34 @@ struct RunCounts {
   static std::uint64_t sum(const std::map<std::string, std::uint64_t>& counts);
 };
 
-/// Counts what happens in a run, from all its threads. [any thread]
+/// Counts what happens in a run, from all its threads. What one thread counts keeps no other waiting. [any thread]
 class RunRecord {
  public:
-  void countEventIn(const std::string& type);
-  void countEventOut(const std::string& type);
-  void countRefusedLine();
-  void countRequest();
-  void countRetry();
-  void countAnswer(const std::string& status, double latencySeconds);
+  void countEventIn(const std::string& type) EXCLUDES(in.mutex);
+  void countEventOut(const std::string& type) EXCLUDES(out.mutex);
+  void countRefusedLine() { ++refusedLines; }
+  void countRequest() { ++requests; }
+  void countRetry() { ++retries; }
+  void countAnswer(const std::string& status, double latencySeconds) EXCLUDES(answers.mutex);
 
+  /// Never more answers than requests, or outcomes than what they came of.
   RunCounts counts() const;
 
  private:
-  mutable com::tallowmere::connectivity10_15_4::Mutex mutex;
-  RunCounts current GUARDED_BY(mutex);
+  using Mutex = com::tallowmere::connectivity10_15_4::Mutex;
+  struct Events {
+    mutable Mutex mutex;
+    std::map<std::string, std::uint64_t> byType GUARDED_BY(mutex);
+  };
+  struct Answers {
+    mutable Mutex mutex;
+    std::map<std::string, std::uint64_t> byStatus GUARDED_BY(mutex);
+    LatencyHistogram latencies GUARDED_BY(mutex);
+  };
+
+  Events in, out;
+  Answers answers;
+  std::atomic<std::uint64_t> refusedLines = 0, requests = 0, retries = 0;
 };
 
 }  // namespace chainrunner
