@@ -14,7 +14,9 @@ namespace {
 
 constexpr int shortRun = std::numeric_limits<std::int32_t>::digits10;  // digits that always make an integer
 
-bool isDigit(char16_t character) { return character >= u'0' && character <= u'9'; }
+bool isDigit(char16_t character) {
+  return character >= u'0' && character <= u'9';
+}
 
 /// Whether no number format goes on reading behind digits that this follows. There are more such characters, but these
 /// are the ones that stand in timestamps.
@@ -39,7 +41,9 @@ FieldNumberFormat::FieldNumberFormat(std::unique_ptr<const icu::NumberFormat> fo
 
 FieldNumberFormat::FieldNumberFormat(const FieldNumberFormat& other) : icu::NumberFormat(other), whole(other.whole) {}
 
-FieldNumberFormat* FieldNumberFormat::clone() const { return new FieldNumberFormat(*this); }
+FieldNumberFormat* FieldNumberFormat::clone() const {
+  return new FieldNumberFormat(*this);
+}
 
 icu::UnicodeString& FieldNumberFormat::format(std::int32_t number, icu::UnicodeString& text,
                                               icu::FieldPosition& where) const {

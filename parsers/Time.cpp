@@ -16,6 +16,7 @@
 #include "connectivity/host_platform.h"
 #include "connectivity/to_string.h"
 #include "parsers/FieldNumberFormat.h"
+#include "parsers/RememberedZoneFormat.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -47,6 +48,13 @@ void takeNumbersOver(icu::SimpleDateFormat& format) {
   std::unique_ptr<const icu::NumberFormat> whole(numbers ? numbers->clone() : nullptr);
   std::unique_ptr<icu::NumberFormat> fields(whole ? new FieldNumberFormat(std::move(whole)) : nullptr);
   if (fields) format.adoptNumberFormat(fields.release());
+}
+
+/// Has the date format remember the zone it read last.
+void rememberZones(icu::SimpleDateFormat& format) {
+  const icu::TimeZoneFormat* const zones = format.getTimeZoneFormat();
+  std::unique_ptr<icu::TimeZoneFormat> remembered(zones ? new RememberedZoneFormat(*zones) : nullptr);
+  if (remembered) format.adoptTimeZoneFormat(remembered.release());
 }
 
 /// Whether ICU would divide by zero: for each digit of a second's fraction beyond the third it multiplies a divisor by
@@ -111,7 +119,10 @@ Time::Time(const DataConstants& constants, const Logger& logger)
   if (U_FAILURE(formatterStatus))
     logger.error("Time formatter initialization failed with status code %d", static_cast<int>(formatterStatus));
   if (formatterIsWhole) takeNumbersOver(formatter);
-  if (parserIsWhole) takeNumbersOver(parser);
+  if (parserIsWhole) {
+    takeNumbersOver(parser);
+    rememberZones(parser);
+  }
   const char* const zone = zoneOfEnvironment();
   if (zone) applyZone(zone);
 
