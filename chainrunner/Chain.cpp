@@ -23,7 +23,7 @@ Chain::Chain(const PluginLibrary& library, const ChainFile& file, const Credenti
              RunRecord& record)
     : sink(out, record),
       transport(
-          file.transport, [this](Message& answer) { deliver(answer); }, record),
+          file.transport, [this](Message& answer) { deliver(answer); }, record, [this] { gathering.reset(); }),
       plugin(library, file.pluginName, file.chainId, withCredentials(file.configuration, credentials),
              {&sink, &EventSink::receiveBatch}, {this, &Chain::passOn}) {}
 
@@ -32,9 +32,9 @@ Chain::~Chain() {
   transport.stop();
 }
 
-// A page of a walk becomes an event for each of its elements.
+// A page of a walk becomes an event for each of its elements, and there may be more answers at hand.
 void Chain::deliver(Message& answer) {
-  const EventSink::Gathering events(sink);
+  if (!gathering) gathering.emplace(sink);
   plugin.sendTowardsHost(&answer, &answer + 1);
 }
 

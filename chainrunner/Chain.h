@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,7 @@ class Chain {
   static int passOn(void* self, qel_message* begin, qel_message* end) noexcept;
 
   EventSink sink;
+  std::optional<EventSink::Gathering> gathering;  ///< of the answers at hand; of the delivery thread
   HttpTransport transport;
   PluginObject plugin;
 };

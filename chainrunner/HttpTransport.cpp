@@ -36,9 +36,10 @@ std::size_t enoughRoom(const TransportOptions& options) {
 
 }  // namespace
 
-HttpTransport::HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record)
+HttpTransport::HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record, Pause pause)
     : options(std::move(options)),
       deliver(std::move(deliver)),
+      pause(std::move(pause)),
       record(record),
       roomEnough(enoughRoom(this->options)),
       wire(this->options),
@@ -108,14 +109,19 @@ void HttpTransport::enter() {
 /// Senders that wait are woken when there is much room, or when as many answers as that have been delivered while
 /// pages of walks took the room. So whoever waits goes on, and not for each answer anew.
 void HttpTransport::leave() {
-  const MutexLock lock(mutex);
-  --undelivered;
-  ++left;
-  if (undelivered <= roomEnough || left >= options.inFlight - roomEnough) {
-    left = 0;
-    roomMade.broadcast();
+  bool hasRoom = false;
+  bool isIdle = false;
+  {
+    const MutexLock lock(mutex);
+    --undelivered;
+    ++left;
+    hasRoom = undelivered <= roomEnough || left >= options.inFlight - roomEnough;
+    if (hasRoom) left = 0;
+    isIdle = undelivered == 0;
   }
-  if (undelivered == 0) becameIdle.broadcast();
+  // Whoever wakes up finds the lock free.
+  if (hasRoom) roomMade.broadcast();
+  if (isIdle) becameIdle.broadcast();
 }
 
 /// What the plug-in sends while it takes an answer is the next page of that answer's walk.
@@ -127,14 +133,17 @@ void HttpTransport::follow(Flight& flight, const map_t& metadata) {
 void HttpTransport::answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) {
   flight->head.requestSentTime = flight->answeredTime = Platform::relativeHighResTimeFloat();
   flight->last.outcome = std::move(failure);
-  const MutexLock lock(mutex);
-  addAnswer(std::move(flight));
+  {
+    const MutexLock lock(mutex);
+    if (!addAnswer(std::move(flight))) return;
+  }
+  answersCame.broadcast();
 }
 
-/// The delivery thread takes all answers at once, and sleeps only when it found none.
-void HttpTransport::addAnswer(std::unique_ptr<Flight> flight) {
+/// Whether the delivery thread is to be woken: it takes all answers at once, and sleeps only when it found none.
+bool HttpTransport::addAnswer(std::unique_ptr<Flight> flight) {
   answers.push_back(std::move(flight));
-  if (answers.size() == 1) answersCame.broadcast();
+  return answers.size() == 1;
 }
 
 void HttpTransport::queue(std::unique_ptr<Flight> flight, const map_t& metadata) {
@@ -171,33 +180,38 @@ void HttpTransport::cancel() {
 // --------------------------------------------------------------------------------------------------- wire thread --
 
 void HttpTransport::runWire() {
-  for (;;) {
-    bool cancelling = false;
-    {
-      const MutexLock lock(mutex);
-      if (isStopping) return;
-      cancelling = isCancelled;
-    }
-    if (cancelling) {
-      cancelRequests();
-    } else {
-      startRetries();
-      startRequests();
-    }
-    wire.poll(patience(), [this](Id id, Attempt result) { attemptEnded(id, std::move(result)); });
-  }
+  while (takeTurn()) wire.poll(patience(), [this](Id id, Attempt result) { attemptEnded(id, std::move(result)); });
 }
 
-/// Goes on until no more can start: an attempt may end at once.
-void HttpTransport::startRequests() {
-  for (auto ids = takeStartable(); !ids.empty(); ids = takeStartable())
-    for (const Id id : ids) attempt(id);
+/// Hands over the answers that came, and starts what may start; false when the transport is stopping.
+bool HttpTransport::takeTurn() {
+  std::vector<Id> startable;
+  bool cancelling = false;
+  bool wakesDelivery = false;
+  {
+    const MutexLock lock(mutex);
+    if (isStopping) return false;
+    cancelling = isCancelled;
+    for (auto& [id, flight] : ended) {
+      order.finish(id);
+      wakesDelivery |= addAnswer(std::move(flight));
+    }
+    if (!cancelling) startable = takeStartable();
+  }
+  ended.clear();
+  if (wakesDelivery) answersCame.broadcast();
+  if (cancelling) {
+    cancelRequests();
+  } else {
+    startRetries();
+    for (const Id id : startable) attempt(id);
+  }
+  return true;
 }
 
 /// While all connections are busy, a new request needs no wake-up: it starts when one of them is free.
 std::vector<HttpTransport::Id> HttpTransport::takeStartable() {
   std::vector<Id> ids;
-  const MutexLock lock(mutex);
   while (running.size() < options.connections) {
     const auto id = order.next();
     if (!id) break;
@@ -229,43 +243,43 @@ void HttpTransport::attempt(Id id) {
 }
 
 void HttpTransport::attemptEnded(Id id, Attempt result) {
-  const auto ended = running.find(id);
-  Flight& flight = *ended->second;
-  if (result.mayRepeat && flight.attempts <= options.retries && !platformIsAway) {
+  const auto place = running.find(id);
+  auto& flight = place->second;
+  if (result.mayRepeat && flight->attempts <= options.retries && !platformIsAway) {
     record.countRetry();
-    retries.push_back({Clock::now() + options.retryDelay * (1 << std::min(flight.attempts - 1, 16U)), id});
+    retries.push_back({Clock::now() + options.retryDelay * (1 << std::min(flight->attempts - 1, 16U)), id});
     return;
   }
   platformIsAway = result.nothingSent;
-  flight.answeredTime = Platform::relativeHighResTimeFloat();
-  flight.last = std::move(result);
-  auto answer = std::move(ended->second);
-  running.erase(ended);
-
-  const MutexLock lock(mutex);
-  order.finish(id);
-  addAnswer(std::move(answer));
+  flight->answeredTime = Platform::relativeHighResTimeFloat();
+  flight->last = std::move(result);
+  ended.push_back({id, std::move(flight)});
+  running.erase(place);
 }
 
 void HttpTransport::cancelRequests() {
   wire.abandonAll();
   retries.clear();
   const double now = Platform::relativeHighResTimeFloat();
-  const MutexLock lock(mutex);
-  order.clear();
-  running.merge(waiting);
-  for (auto& [id, flight] : running) {
-    flight->answeredTime = now;
-    if (flight->attempts == 0) flight->head.requestSentTime = now;
-    flight->last.outcome = TransportFailure{503, "transport/cancelled", flight->description + ": the run was ended"};
-    addAnswer(std::move(flight));
+  {
+    const MutexLock lock(mutex);
+    order.clear();
+    running.merge(waiting);
+    for (auto& [id, flight] : running) {
+      flight->answeredTime = now;
+      if (flight->attempts == 0) flight->head.requestSentTime = now;
+      flight->last.outcome = TransportFailure{503, "transport/cancelled", flight->description + ": the run was ended"};
+      addAnswer(std::move(flight));
+    }
+    running.clear();
+    mustWakeWire = true;
   }
-  running.clear();
-  mustWakeWire = true;
+  answersCame.broadcast();
 }
 
 std::chrono::milliseconds HttpTransport::patience() const {
   using std::chrono::milliseconds;
+  if (!ended.empty()) return milliseconds(0);
   Clock::duration wait = std::chrono::seconds(10);
   for (const Retry& retry : retries) wait = std::min(wait, retry.due - Clock::now());
   return std::max(milliseconds(0), std::chrono::ceil<milliseconds>(wait));
@@ -280,6 +294,7 @@ void HttpTransport::runDelivery() {
       const auto flight = std::move(next);
       deliverAnswer(*flight);
       walks.endPage(flight->walk);
+      if (&next == &taken.back()) pause();
       leave();
     }
     taken.clear();

@@ -35,8 +35,12 @@ class HttpTransport {
   /// Takes an answer towards the host. Called on the delivery thread only; lets nothing out.
   using Deliver = std::function<void(Message& answer)>;
 
+  /// Told that no other answer is at hand, before the last of those at hand counts as delivered. Called on the delivery
+  /// thread only; lets nothing out.
+  using Pause = std::function<void()>;
+
   /// Starts the threads. `record` must outlive the transport; `options.platform` is as `checkedPlatform` gives it.
-  HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record);
+  HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record, Pause pause = [] {});
 
   ~HttpTransport() { stop(); }
   HttpTransport(const HttpTransport&) = delete;
@@ -89,20 +93,24 @@ class HttpTransport {
     Clock::time_point due;
     Id id;
   };
+  struct Ended {
+    Id id;
+    std::unique_ptr<Flight> flight;
+  };
 
   void enter() EXCLUDES(mutex);
   void leave() EXCLUDES(mutex);
   void follow(Flight& flight, const map_t& metadata);
   void answerAtOnce(std::unique_ptr<Flight> flight, TransportFailure failure) EXCLUDES(mutex);
   void queue(std::unique_ptr<Flight> flight, const map_t& metadata) EXCLUDES(mutex);
-  void addAnswer(std::unique_ptr<Flight> flight) REQUIRES(mutex);
+  bool addAnswer(std::unique_ptr<Flight> flight) REQUIRES(mutex);
 
   void runWire();
-  void startRequests() EXCLUDES(mutex);
-  std::vector<Id> takeStartable() EXCLUDES(mutex);
+  bool takeTurn() EXCLUDES(mutex);
+  std::vector<Id> takeStartable() REQUIRES(mutex);
   void startRetries();
   void attempt(Id id);
-  void attemptEnded(Id id, Attempt result) EXCLUDES(mutex);
+  void attemptEnded(Id id, Attempt result);
   void cancelRequests() EXCLUDES(mutex);
   std::chrono::milliseconds patience() const;
 
@@ -112,6 +120,7 @@ class HttpTransport {
 
   const TransportOptions options;
   const Deliver deliver;
+  const Pause pause;
   RunRecord& record;
 
   const TransportKeys keys;
@@ -133,6 +142,7 @@ class HttpTransport {
   Wire wire;
   FlightsById running;  ///< on the wire, or waiting for a retry
   std::vector<Retry> retries;
+  std::vector<Ended> ended;  ///< since the last turn
   bool platformIsAway = false;  ///< no connection after all retries: until one succeeds, each request is tried once
 
   Walks walks;
