@@ -200,10 +200,9 @@ map_t::Position map_t::add(data_t& key, data_t& value) {
 
 /// Gives a slot that is free or a tombstone a copy of the key.
 inline map_slot* map_t::occupy(map_slot* slot, const hashed_key& key) {
-  char* const text = qel_copy_string(reinterpret_cast<const char*>(key.bits()));
-  ++block->count;
+  slot->key = qel_copy_data(key.view());
   slot->hash = key.hash();
-  slot->key = {reinterpret_cast<std::uint64_t>(text), QEL_STRING, 0};
+  ++block->count;
   return slot;
 }
 

@@ -30,6 +30,18 @@ class BlockHeap {
     return block != nullptr ? block : refill(sizeClass);
   }
 
+  /// A block with the content of a small one, whose size its address tells. Null when `block` isn't small and the
+  /// heap's own, and when there is no free block at hand. [any thread]
+  [[gnu::always_inline]] static void* copySmall(const void* block) noexcept {
+    const Chunk* chunk = Arena::chunkOf(block);
+    if (chunk == nullptr || chunk->blockSize > size_classes::small) return nullptr;
+    void* const copy = mine->allocate(chunk->sizeClass);
+    if (copy == nullptr) [[unlikely]]
+      return nullptr;
+    size_classes::copySmall(static_cast<char*>(copy), static_cast<const char*>(block), chunk->blockSize);
+    return copy;
+  }
+
   /// Gives a block back. [any thread]
   static void release(void* block) noexcept {
     Chunk* chunk = Arena::chunkOf(block);

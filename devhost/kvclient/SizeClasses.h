@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 namespace devhost {
 
@@ -13,6 +15,7 @@ namespace size_classes {
 
 constexpr std::size_t granule = 8;
 constexpr std::size_t largest = 4096;
+constexpr std::size_t small = 64;
 
 constexpr std::size_t nextSize(std::size_t size) {
   std::size_t step = granule;
@@ -52,6 +55,17 @@ constexpr auto classes = [] {
 /// The class whose blocks are the smallest that hold `size` bytes, which must be at most `largest`.
 constexpr std::size_t classOf(std::size_t size) {
   return classes[(size + granule - 1) / granule];
+}
+
+/// Copies the `size` bytes of a small block, a multiple of the granule, by two moves that may meet in the middle.
+inline void copySmall(char* to, const char* from, std::size_t size) {
+  const auto copyEnds = [=](auto part) {
+    std::memcpy(to, from, part);
+    std::memcpy(to + size - part, from + size - part, part);
+  };
+  if (size > 32) return copyEnds(std::integral_constant<std::size_t, 32>());
+  if (size > 16) return copyEnds(std::integral_constant<std::size_t, 16>());
+  copyEnds(std::integral_constant<std::size_t, 8>());
 }
 
 static_assert(sizes[count - 1] == largest);

@@ -24,6 +24,10 @@ inline void returnMemory(void* block) noexcept {
   std::free(block);
 }
 
+inline void* copySmallMemory(const void*) noexcept {
+  return nullptr;
+}
+
 class HomeComing {
  public:
   explicit HomeComing(void*) noexcept {}
@@ -43,6 +47,12 @@ inline void* takeMemory(std::size_t size) noexcept {
 /// thread]
 inline void* resizeMemory(void* block, std::size_t oldSize, std::size_t newSize) noexcept {
   return BlockHeap::resize(block, oldSize, newSize);
+}
+
+/// Memory with the content of a small block; null when it is not small, or not known to be, or memory is exhausted.
+/// [any thread]
+[[gnu::always_inline]] inline void* copySmallMemory(const void* block) noexcept {
+  return BlockHeap::copySmall(block);
 }
 
 /// Gives a block's memory back. [any thread]

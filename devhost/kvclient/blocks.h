@@ -36,6 +36,9 @@ class Unwatched {
     return block;
   }
 
+  /// A copy of a block from its beginning, if that costs less than a look at how long its content is; else null.
+  [[gnu::always_inline]] void* copySmall(const void* block) const noexcept { return copySmallMemory(block); }
+
   /// Moves a block that was allocated with `oldSize` bytes into one of `newSize` bytes, as far as these go. The old
   /// pointer is dead. Aborts as allocate does.
   void* resize(BlockKind kind, void* block, std::size_t oldSize, std::size_t newSize) const noexcept {
@@ -72,6 +75,7 @@ class Watched {
   void release(BlockKind kind, void* block) const;
 
   static bool isFromElsewhere(const void*) { return false; }
+  static void* copySmall(const void*) { return nullptr; }
 
   /// Aborts where release would, and does nothing else: for a look inside a block that is about to be freed.
   void checkFreeable(BlockKind kind, const void* block) const;

@@ -16,10 +16,19 @@ template <class Blocks>
   return static_cast<char*>(std::memcpy(blocks.allocate(BlockKind::string, size), text, size));
 }
 
+/// Not inlined: most texts are small blocks of the heap.
+template <class Blocks>
+[[gnu::noinline]] char* copyLongText(const Blocks& blocks, const char* text) {
+  return copyText(blocks, text);
+}
+
 template <class Blocks>
 [[gnu::always_inline]] inline qel_value copyOfText(const Blocks& blocks, const qel_value& value) {
-  blocks.checkReadable(BlockKind::string, blockOf<char>(value));
-  return valueOf(copyText(blocks, blockOf<char>(value)), QEL_STRING);
+  const char* const text = blockOf<char>(value);
+  blocks.checkReadable(BlockKind::string, text);
+  if (const void* const copy = blocks.copySmall(text)) [[likely]]
+    return valueOf(copy, QEL_STRING);
+  return valueOf(copyLongText(blocks, text), QEL_STRING);
 }
 
 /// Copies blocks as they stand, and then what the values in them own.
@@ -136,10 +145,18 @@ char* qel_copy_string(const char* text) {
   return withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) { return copyText(blocks, text); });
 }
 
-qel_value qel_copy_data(qel_value value) {
+/// Not inlined, so that small texts, of which there are most, need no frame.
+[[gnu::noinline]] static qel_value copyOfAnyLevel(qel_value value, const void* caller) {
   if (value.tag < QEL_STRING) return value;
-  return withBlocks(__func__, __builtin_return_address(0), [=](const auto& blocks) {
+  return withBlocks("qel_copy_data", caller, [=](const auto& blocks) {
     if (value.tag == QEL_STRING && value.payload != 0) return copyOfText(blocks, value);
     return copyOfAny(blocks, value);
   });
+}
+
+qel_value qel_copy_data(qel_value value) {
+  if (value.tag == QEL_STRING && value.payload != 0 && isLevelKnownToBeNone()) [[likely]] {
+    if (const void* const copy = Unwatched().copySmall(blockOf<char>(value))) return valueOf(copy, QEL_STRING);
+  }
+  return copyOfAnyLevel(value, __builtin_return_address(0));
 }

@@ -20,4 +20,9 @@ inline LedgerLevel currentLevel() {
   return level == undecidedLevel ? decideLevel() : static_cast<LedgerLevel>(level);
 }
 
+/// Whether the level in force is known to be `none`: never true before the level is decided. [any thread]
+inline bool isLevelKnownToBeNone() {
+  return decidedLevel.load(std::memory_order_relaxed) == static_cast<int>(LedgerLevel::none);
+}
+
 }  // namespace devhost

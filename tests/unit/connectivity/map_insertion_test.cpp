@@ -65,10 +65,10 @@ class RefusedReadyMadeKeyTest : public testing::Test {
     map.erase(data_t("gone"));
     const std::string before = to_string(map);
     data_t value("kept");
-    TestHost::throwFrom(HostCall::qel_copy_string, [] { throw std::runtime_error("no memory"); });
+    TestHost::throwFrom(HostCall::qel_copy_data, [] { throw std::runtime_error("no memory"); });
     for (const hashed_key* key : {&gone, &fresh})
       EXPECT_EQ(failureOf([&] { insertion(map, *key, std::move(value)); }), "no memory");
-    TestHost::throwFrom(HostCall::qel_copy_string, nullptr);
+    TestHost::throwFrom(HostCall::qel_copy_data, nullptr);
     EXPECT_EQ(to_string(map), before);
     EXPECT_EQ(toJson(map), R"({"a":1,"b":[2]})");
     EXPECT_EQ(map.size(), 2u);

@@ -87,6 +87,45 @@ void runThread(const std::function<void()>& body) {
 
 }  // namespace
 
+TEST(BlockHeapTest, CopiesSmallBlocksWhole) {
+  for (std::size_t size = 8; size <= devhost::size_classes::small; size += 8) {
+    release(allocate(2, size));  // so that one is at hand
+    auto* block = static_cast<unsigned char*>(BlockHeap::allocate(size));
+    for (std::size_t i = 0; i < size; ++i) block[i] = static_cast<unsigned char>(size + i);
+    void* copy = BlockHeap::copySmall(block);
+    ASSERT_NE(copy, nullptr) << size;
+    ASSERT_NE(copy, block);
+    EXPECT_EQ(std::memcmp(copy, block, size), 0) << size;
+    EXPECT_EQ(Arena::chunkOf(copy)->blockSize, size);
+    release({block, copy});
+  }
+}
+
+TEST(BlockHeapTest, CopiesSmallBlocksOfAnotherThread) {
+  void* block = nullptr;
+  std::thread([&] { block = std::strcpy(static_cast<char*>(BlockHeap::allocate(24)), "of another thread"); }).join();
+  release(allocate(1, 24));
+  void* copy = BlockHeap::copySmall(block);
+  EXPECT_STREQ(static_cast<char*>(copy), "of another thread");
+  release({block, copy});
+}
+
+TEST(BlockHeapTest, CopiesNeitherLargeBlocksNorWhatIsNotItsOwn) {
+  release(allocate(1, 72));
+  void* large = BlockHeap::allocate(72);
+  void* larger = BlockHeap::allocate(devhost::size_classes::largest + 1);
+  EXPECT_EQ(BlockHeap::copySmall(large), nullptr);
+  EXPECT_EQ(BlockHeap::copySmall(larger), nullptr);
+  EXPECT_EQ(BlockHeap::copySmall("a constant"), nullptr);
+  release({large, larger});
+}
+
+TEST(BlockHeapTest, CopiesNothingWithoutAFreeBlockAtHand) {
+  void* block = BlockHeap::allocate(64);
+  std::thread([&] { EXPECT_EQ(BlockHeap::copySmall(block), nullptr) << "a thread that has no heap yet"; }).join();
+  BlockHeap::release(block);
+}
+
 TEST(BlockHeapTest, BlocksOfAllSizesAreApart) {
   std::vector<Filled> blocks;
   for (std::size_t size = 1; size <= 6000; ++size)
