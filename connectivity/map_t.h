@@ -92,6 +92,11 @@ class map_t {
   bool erase(const data_t& key);
   bool erase(const hashed_key& key);
 
+  /// Removes the entries for which `test(key, value)` holds, in the order of the table. It may change or move the
+  /// value, and nothing else of this map.
+  template <class Test>
+  void eraseIf(Test test);
+
   /// Removes the entry of the key and gives its value; an empty one without an entry.
   data_t take(const data_t& key);
   data_t take(const hashed_key& key);
@@ -161,6 +166,18 @@ inline bool isOccupied(const map_slot& slot) noexcept {
 inline std::uint64_t startOf(std::uint64_t hash, std::uint64_t capacity) noexcept {
   const std::uint64_t mask = capacity - 1;
   return (capacity & mask) == 0 ? hash & mask : hash % capacity;
+}
+
+template <class Test>
+void map_t::eraseIf(Test test) {
+  if (empty()) return;
+  map_slot* const end = slots() + block->capacity;
+  std::uint64_t left = block->count;
+  for (map_slot* slot = slots(); left > 0 && slot != end; ++slot) {
+    if (!isOccupied(*slot)) continue;
+    --left;
+    if (test(reinterpret_cast<const data_t&>(slot->key), reinterpret_cast<data_t&>(slot->value))) erase(*slot);
+  }
 }
 
 /// Walks a map in slot order. A dereference after the map has changed its block or its size, and a comparison of

@@ -7,7 +7,6 @@
 
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
-#include "parsers/same_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -101,14 +100,12 @@ void reshapePosition(map_t& document) {
   if (found == document.end()) return;
   map_t& positionMap = found->second.get<map_t>();
   map_t moved;
-  std::vector<data_t> leaving;
-  for (auto& [key, value] : positionMap) {
+  positionMap.eraseIf([&](const data_t& key, data_t& value) {
     const std::string name = key.get<std::string>();
-    if (belongsToPosition(value)) continue;
+    if (belongsToPosition(value)) return false;
     moved[data_t(keys.from.get<std::string>() + "." + name)] = std::move(value);
-    leaving.push_back(sameKey(key));
-  }
-  for (const data_t& key : leaving) positionMap.erase(key);
+    return true;
+  });
 
   document.set(keys.to, document.take(keys.from));
   for (auto& [key, value] : moved) document[key] = std::move(value);

@@ -1,10 +1,7 @@
 #include "parsers/measurement_parser.h"
 
-#include <vector>
-
 #include "connectivity/conversion.h"
 #include "parsers/Time.h"
-#include "parsers/same_key.h"
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -27,13 +24,11 @@ void moveEntry(map_t& from, const hashed_key& key, map_t& document) {
 map_t measurementParser(map_t&& document, Time& time, const DataConstants& constants) {
   time.parseTimes(document);
   map_t fragments;
-  std::vector<data_t> leaving;
-  for (auto& [name, value] : document) {
-    if (!isFragment(value, constants)) continue;
+  document.eraseIf([&](const data_t& name, data_t& value) {
+    if (!isFragment(value, constants)) return false;
     fragments[name] = std::move(value);
-    leaving.push_back(sameKey(name));
-  }
-  for (const data_t& name : leaving) document.erase(name);
+    return true;
+  });
   document.insert(constants.measurements, std::move(fragments));
   return std::move(document);
 }

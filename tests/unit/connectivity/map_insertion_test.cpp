@@ -263,5 +263,50 @@ TEST(MapErasureTest, TakesTheValueOfAKeyOut) {
   EXPECT_EQ(map.size(), 1u);
 }
 
+TEST(MapErasureTest, ErasesWhatATestPicksInTheOrderOfTheTable) {
+  map_t map = mapFromJson(R"({"a": 1, "b": [2], "c": 3, "d": [4]})");
+  map.erase(data_t("c"));
+  std::vector<std::string> order, seen;
+  for (const auto& [key, value] : map) order.push_back(key.get<std::string>());
+  product::list_t taken;
+  map.eraseIf([&](const data_t& key, data_t& value) {
+    seen.push_back(key.get<std::string>());
+    if (!value.is(product::Tag::list)) return false;
+    taken.push_back(std::move(value));
+    return true;
+  });
+  EXPECT_EQ(seen, order);
+  EXPECT_EQ(toJson(map), R"({"a":1})");
+  EXPECT_EQ(map.size(), 1u);
+  EXPECT_EQ(map.header()->tombstones, 3u);
+  EXPECT_EQ(taken.size(), 2u);
+}
+
+TEST(MapErasureTest, ErasesBorrowedKeysByATestToo) {
+  map_t map;
+  map.insert(borrowed("lent"), integer(1));
+  map.eraseIf([](const data_t&, data_t&) { return true; });
+  EXPECT_TRUE(map.empty());
+  EXPECT_EQ(map.header()->tombstones, 1u);
+}
+
+TEST(MapErasureTest, TestsNothingOfAnEmptyMap) {
+  const auto fail = [](const data_t&, data_t&) -> bool { throw std::logic_error("there is no entry"); };
+  map_t map;
+  map.eraseIf(fail);
+  map = mapFromJson(R"({"a": 1})");
+  map.erase(data_t("a"));
+  map.eraseIf(fail);
+  EXPECT_TRUE(map.empty());
+}
+
+TEST(MapErasureTest, KeepsTheRestWhenATestFails) {
+  map_t map = mapFromJson(R"({"a": 1, "b": 2})");
+  EXPECT_EQ(
+      failureOf([&] { map.eraseIf([](const data_t&, data_t&) -> bool { throw std::runtime_error("no idea"); }); }),
+      "no idea");
+  EXPECT_EQ(toJson(map), R"({"a":1,"b":2})");
+}
+
 }  // namespace
 }  // namespace tests
