@@ -39,7 +39,11 @@ bool endsNumber(char16_t character) {
 FieldNumberFormat::FieldNumberFormat(std::unique_ptr<const icu::NumberFormat> format)
     : owned(std::move(format)), whole(*owned) {}
 
-FieldNumberFormat::FieldNumberFormat(const FieldNumberFormat& other) : icu::NumberFormat(other), whole(other.whole) {}
+/// Of the settings only those that are used here: a date format asks for a clone for each number that it writes.
+FieldNumberFormat::FieldNumberFormat(const FieldNumberFormat& other) : icu::NumberFormat(), whole(other.whole) {
+  icu::NumberFormat::setMaximumIntegerDigits(other.getMaximumIntegerDigits());
+  icu::NumberFormat::setMinimumIntegerDigits(other.getMinimumIntegerDigits());
+}
 
 FieldNumberFormat* FieldNumberFormat::clone() const {
   return new FieldNumberFormat(*this);

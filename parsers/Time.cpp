@@ -8,7 +8,6 @@
 
 #include <cstdlib>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 
 #include "connectivity/barrier.h"
@@ -30,16 +29,25 @@ struct FreeHostBlock {
   void operator()(char* block) const noexcept { Platform::kv_free(block); }
 };
 
-/// The moment as text, or nothing when ICU can't.
-std::optional<std::string> textOf(double millis, const icu::SimpleDateFormat& formatter, UErrorCode& status) {
+using HostText = std::unique_ptr<char, FreeHostBlock>;
+
+/// The moment as text, or null when ICU can't or there is no memory.
+HostText textOf(double millis, const icu::SimpleDateFormat& formatter, UErrorCode& status) {
   status = U_ZERO_ERROR;
   icu::UnicodeString text;
   static_cast<const icu::Format&>(formatter).format(icu::Formattable(millis), text, status);
-  if (U_FAILURE(status)) return std::nullopt;
-  const char16_t* const utf16 = text.getTerminatedBuffer();
-  if (!utf16) return std::nullopt;  // there was no memory for it
-  const std::unique_ptr<char, FreeHostBlock> utf8(kv_getUTF8(reinterpret_cast<const std::uint16_t*>(utf16)));
-  return std::string(utf8.get());
+  const char16_t* const utf16 = U_SUCCESS(status) ? text.getTerminatedBuffer() : nullptr;
+  return HostText(utf16 ? kv_getUTF8(reinterpret_cast<const std::uint16_t*>(utf16)) : nullptr);
+}
+
+/// `fromUTF8`, quicker for what timestamps are made of.
+icu::UnicodeString utf16Of(const char* text) {
+  constexpr std::int32_t longest = 32;
+  char16_t ascii[longest];
+  std::int32_t length = 0;
+  for (; length < longest && text[length] > 0; ++length) ascii[length] = static_cast<char16_t>(text[length]);
+  const bool isAscii = length < longest && text[length] == '\0';
+  return isAscii ? icu::UnicodeString(ascii, length) : icu::UnicodeString::fromUTF8(text);
 }
 
 /// Has the date format write and read the numbers of its fields by way of `FieldNumberFormat`.
@@ -179,8 +187,8 @@ void Time::convertQueryTime(map_t& map, const hashed_key& key) {
   if (const char* const known = writtenTexts.find(millis)) {
     found->second = known;
   } else if (const auto text = textOf(millis, formatter, formatterStatus)) {
-    writtenTexts.keep(millis, *text);
-    found->second = *text;
+    writtenTexts.keep(millis, text.get());
+    found->second = text.get();
   }
 }
 
@@ -217,7 +225,7 @@ double Time::parseText(const char* text, const char* key) {
   const TimestampMemo::Key timestamp(text);
   if (const double* const known = readTimestamps.find(timestamp)) return *known;
   if (parserIsWhole) {
-    const icu::UnicodeString utf16 = icu::UnicodeString::fromUTF8(text);
+    const icu::UnicodeString utf16 = utf16Of(text);
     parserStatus = breaksParser(utf16) ? U_ILLEGAL_ARGUMENT_ERROR : U_ZERO_ERROR;
     const UDate millis = U_SUCCESS(parserStatus) ? parser.parse(utf16, parserStatus) : 0;
     if (U_SUCCESS(parserStatus)) {
@@ -232,7 +240,7 @@ double Time::parseText(const char* text, const char* key) {
 std::string Time::formatNow() {
   MutexLock lock(utcMutex);
   if (utcFormatterIsWhole)
-    if (auto text = textOf(icu::Calendar::getNow(), utcFormatter, utcFormatterStatus)) return *std::move(text);
+    if (const auto text = textOf(icu::Calendar::getNow(), utcFormatter, utcFormatterStatus)) return text.get();
   logger.error("Unable to format time");
   return {};
 }

@@ -46,11 +46,16 @@ char* putCharacter(char* out, char32_t character) {
 
 char* kv_getUTF8(const uint16_t* text) {
   uint64_t units = 0;
-  while (text[units] != 0) ++units;
+  uint16_t all = 0;
+  for (; text[units] != 0; ++units) all |= text[units];
   // A unit becomes three bytes at most; a pair becomes four.
   auto* copy = static_cast<char*>(kv_malloc(3 * units + 1));
   if (copy == nullptr) return nullptr;
   char* out = copy;
+  if (all < 0x80) {
+    for (uint64_t i = 0; i < units; ++i) *out++ = static_cast<char>(text[i]);
+    text += units;
+  }
   while (*text != 0) out = putCharacter(out, takeCharacter(text));
   *out = '\0';
   return copy;
