@@ -32,7 +32,10 @@ def read_goals():
     return rows
 
 
-def build(targets=("values_benchmark", "json_benchmark", "codec_benchmark", "allocation_counter", "plain_host")):
+TARGETS = ("values_benchmark", "json_benchmark", "codec_benchmark", "time_benchmark", "allocation_counter", "plain_host")
+
+
+def build(targets=TARGETS):
     """Builds benchmarks in the release preset and gives the folder of the binaries. The environment variable
     BENCHMARK_BINARIES names another folder, of binaries that are built already."""
     built = os.environ.get("BENCHMARK_BINARIES")

@@ -37,6 +37,8 @@ constexpr FailureKind failureKinds[] = {
     {CURLE_SSL_CONNECT_ERROR, "transport/tls", 502, false, false},
 };
 
+constexpr std::size_t longBody = 65536;  // libcurl would announce those from a megabyte on
+
 FailureKind kindOf(CURLcode code) {
   for (const FailureKind& kind : failureKinds)
     if (kind.code == code) return kind;
@@ -100,7 +102,8 @@ void Exchange::begin(Id id, const HttpRequest& next, const std::string& what) {
   if (next.url != url) setUrl(next.url);
   if (next.method != method) setMethod(next.method);
   if (hasBody(next.method)) setBody();
-  if (!headers || next.headers != headerLines) setHeaders(next.headers);
+  const bool isLong = next.body.size() >= longBody;
+  if (!headers || isLong != suppressesExpect || next.headers != headerLines) setHeaders(next.headers, isLong);
 }
 
 /// With the URL in parts libcurl takes it apart but once. It repeats an attempt by the text, so that is set too.
@@ -125,15 +128,16 @@ void Exchange::setBody() {
   set(CURLOPT_POSTFIELDS, request->body.data());
 }
 
-void Exchange::setHeaders(const std::vector<std::string>& lines) {
+void Exchange::setHeaders(const std::vector<std::string>& lines, bool isLong) {
   set(CURLOPT_HTTPHEADER, nullptr);
   headers.reset();
   if (std::none_of(lines.begin(), lines.end(), namesUserAgent))
     addHeader("User-Agent: marlovance-chain/" QEL_PLUGIN_PRODUCT_VERSION);
-  addHeader("Expect:");  // a long body goes without being announced
+  if (isLong) addHeader("Expect:");  // it goes without being announced
   for (const std::string& line : lines) addHeader(line.c_str());
   set(CURLOPT_HTTPHEADER, headers.get());
   headerLines = lines;
+  suppressesExpect = isLong;
 }
 
 void Exchange::addHeader(const char* line) {

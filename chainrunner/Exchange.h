@@ -57,7 +57,7 @@ class Exchange {
   void setUrl(const std::string& url);
   void setMethod(const std::string& method);
   void setBody();
-  void setHeaders(const std::vector<std::string>& lines);
+  void setHeaders(const std::vector<std::string>& lines, bool isLong);
   void addHeader(const char* line);
 
   Attempt failure(CURLcode code) const;
@@ -71,6 +71,7 @@ class Exchange {
   const std::unique_ptr<CURLU, FreeUrl> parsedUrl;
   std::string url, method;
   std::vector<std::string> headerLines;
+  bool suppressesExpect = false;
   std::unique_ptr<curl_slist, FreeHeaders> headers;
   std::unique_ptr<CURL, FreeEasy> easy;  // ends before what it uses
 

@@ -40,7 +40,8 @@ class HttpTransport {
   using Pause = std::function<void()>;
 
   /// Starts the threads. `record` must outlive the transport; `options.platform` is as `checkedPlatform` gives it.
-  HttpTransport(TransportOptions options, Deliver deliver, RunRecord& record, Pause pause = [] {});
+  HttpTransport(
+      TransportOptions options, Deliver deliver, RunRecord& record, Pause pause = [] {});
 
   ~HttpTransport() { stop(); }
   HttpTransport(const HttpTransport&) = delete;
@@ -142,7 +143,7 @@ class HttpTransport {
   Wire wire;
   FlightsById running;  ///< on the wire, or waiting for a retry
   std::vector<Retry> retries;
-  std::vector<Ended> ended;  ///< since the last turn
+  std::vector<Ended> ended;     ///< since the last turn
   bool platformIsAway = false;  ///< no connection after all retries: until one succeeds, each request is tried once
 
   Walks walks;
