@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <cstring>
 
 #include "connectivity/host_abi.h"
 
@@ -42,20 +43,31 @@ char* putCharacter(char* out, char32_t character) {
   return out;
 }
 
+/// A copy of a short text of nothing but ASCII, as most texts that pass here are; null for any other, and without
+/// memory.
+char* copyShortAscii(const uint16_t* text) {
+  char ascii[64];
+  std::size_t size = 0;
+  for (; size < sizeof ascii - 1 && text[size] != 0; ++size) {
+    if (text[size] >= 0x80) return nullptr;
+    ascii[size] = static_cast<char>(text[size]);
+  }
+  if (text[size] != 0) return nullptr;
+  ascii[size++] = '\0';
+  void* const copy = kv_malloc(size);
+  return copy ? static_cast<char*>(std::memcpy(copy, ascii, size)) : nullptr;
+}
+
 }  // namespace
 
 char* kv_getUTF8(const uint16_t* text) {
+  if (char* const copy = copyShortAscii(text)) return copy;
   uint64_t units = 0;
-  uint16_t all = 0;
-  for (; text[units] != 0; ++units) all |= text[units];
+  while (text[units] != 0) ++units;
   // A unit becomes three bytes at most; a pair becomes four.
   auto* copy = static_cast<char*>(kv_malloc(3 * units + 1));
   if (copy == nullptr) return nullptr;
   char* out = copy;
-  if (all < 0x80) {
-    for (uint64_t i = 0; i < units; ++i) *out++ = static_cast<char>(text[i]);
-    text += units;
-  }
   while (*text != 0) out = putCharacter(out, takeCharacter(text));
   *out = '\0';
   return copy;

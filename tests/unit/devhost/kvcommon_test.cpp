@@ -44,6 +44,13 @@ TEST(GetUTF8Test, SurrogateWithoutItsOtherHalfBecomesTheReplacementCharacter) {
   EXPECT_EQ(utf8Of({high, high, low}), "\xEF\xBF\xBD\xF0\x9F\x98\x80");
 }
 
+TEST(GetUTF8Test, AsciiOfAnyLengthStaysAsItIs) {
+  for (const std::size_t size : {1, 62, 63, 64, 65, 1'000}) {
+    EXPECT_EQ(utf8Of(std::u16string(size, u'~')), std::string(size, '~')) << size;
+    EXPECT_EQ(utf8Of(std::u16string(size - 1, u'~') + u'\u00E9'), std::string(size - 1, '~') + "\xC3\xA9") << size;
+  }
+}
+
 TEST(GetUTF8Test, LongTextOfTheWidestCharactersFits) {
   std::u16string text;
   std::string expected;
