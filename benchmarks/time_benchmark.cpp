@@ -1,5 +1,5 @@
 // T1 and T2: an instant to text and a timestamp to seconds, beside the bare call of ICU that does the same. No instant
-// comes twice, so nothing is remembered.
+// comes twice, so none is remembered; the offset of a platform's timestamps is always the same, and that is.
 #include <unicode/fmtable.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/unistr.h>

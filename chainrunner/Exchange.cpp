@@ -102,7 +102,7 @@ void Exchange::begin(Id id, const HttpRequest& next, const std::string& what) {
   if (next.url != url) setUrl(next.url);
   if (next.method != method) setMethod(next.method);
   if (hasBody(next.method)) setBody();
-  const bool isLong = next.body.size() >= longBody;
+  const bool isLong = hasBody(next.method) && next.body.size() >= longBody;
   if (!headers || isLong != suppressesExpect || next.headers != headerLines) setHeaders(next.headers, isLong);
 }
 

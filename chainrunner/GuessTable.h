@@ -11,7 +11,7 @@ namespace chainrunner {
 /// Items that came by lately, and which of them stood at each place of a document the last time. Documents of one kind
 /// have the same items at the same places, so the one of the last time is a good guess for the next. An item has an
 /// `index`, which names it while it is known; items that share a bucket take turns, so the memory stays the same
-/// whatever comes by. `count` is a power of two up to 256. Used by one thread at a time.
+/// whatever comes by. `count` is a power of two from 2 to 256. Used by one thread at a time.
 template <class Item, std::uint32_t count>
 class GuessTable {
  public:
@@ -41,7 +41,7 @@ class GuessTable {
 
  private:
   static constexpr std::uint32_t positions = 16;  // that are told apart
-  static_assert(std::has_single_bit(count) && count <= 256);
+  static_assert(std::has_single_bit(count) && count > 1 && count <= 256);
 
   static std::size_t indexOf(Place place) { return place.parent * positions + std::min(place.position, positions - 1); }
 

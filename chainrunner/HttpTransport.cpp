@@ -15,6 +15,7 @@ using com::tallowmere::connectivity10_15_4::MutexLock;
 namespace {
 
 constexpr const char* logCategory = "marlovance-chain.transport";
+constexpr std::size_t longBody = 65536;  // an answer of more takes some milliseconds to deliver
 
 /// The key that orders a request, by kind and text; none when it has none. Any value may be a key.
 std::optional<std::string> concurrencyKey(const map_t& metadata, const TransportKeys& keys) {
@@ -292,6 +293,7 @@ void HttpTransport::runDelivery() {
   while (takeAnswers(taken)) {
     for (auto& next : taken) {
       const auto flight = std::move(next);
+      if (isLong(*flight)) pause();
       deliverAnswer(*flight);
       walks.endPage(flight->walk);
       if (&next == &taken.back()) pause();
@@ -299,6 +301,11 @@ void HttpTransport::runDelivery() {
     }
     taken.clear();
   }
+}
+
+bool HttpTransport::isLong(const Flight& flight) {
+  const auto* const answer = std::get_if<HttpAnswer>(&flight.last.outcome);
+  return answer && answer->body.size() >= longBody;
 }
 
 /// Waits for answers and takes all there are; false when the transport is stopping.

@@ -35,7 +35,8 @@ class HttpTransport {
   /// Takes an answer towards the host. Called on the delivery thread only; lets nothing out.
   using Deliver = std::function<void(Message& answer)>;
 
-  /// Told that no other answer is at hand, before the last of those at hand counts as delivered. Called on the delivery
+  /// Told to let go of what was kept of the delivered answers: after the last of those that were taken together, before
+  /// that one counts as delivered, and before a long one, which would keep the others waiting. Called on the delivery
   /// thread only; lets nothing out.
   using Pause = std::function<void()>;
 
@@ -116,6 +117,7 @@ class HttpTransport {
   std::chrono::milliseconds patience() const;
 
   void runDelivery();
+  static bool isLong(const Flight& flight);
   bool takeAnswers(Flights& taken) EXCLUDES(mutex);
   void deliverAnswer(Flight& flight);
 

@@ -33,7 +33,8 @@ class RunRecord {
   void countRetry() { ++retries; }
   void countAnswer(const std::string& status, double latencySeconds) EXCLUDES(answers.mutex);
 
-  /// Never more answers than requests, or outcomes than what they came of.
+  /// No snapshot of one moment, but whatever led to something counted is counted too: the request of each answer, the
+  /// event in of each request.
   RunCounts counts() const;
 
  private:

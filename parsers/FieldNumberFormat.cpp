@@ -4,8 +4,8 @@
 #include <unicode/fmtable.h>
 #include <unicode/parsepos.h>
 
+#include <cstddef>
 #include <limits>
-#include <new>
 #include <utility>
 
 namespace com::tallowmere::connectivity::plugins {
@@ -36,17 +36,35 @@ bool endsNumber(char16_t character) {
 
 }  // namespace
 
-FieldNumberFormat::FieldNumberFormat(std::unique_ptr<const icu::NumberFormat> format)
-    : owned(std::move(format)), whole(*owned) {}
+struct FieldNumberFormat::Place {
+  alignas(FieldNumberFormat) std::byte bytes[sizeof(FieldNumberFormat)];
+  bool isTaken = false;
+};
 
-/// Of the settings only those that are used here: a date format asks for a clone for each number that it writes.
-FieldNumberFormat::FieldNumberFormat(const FieldNumberFormat& other) : icu::NumberFormat(), whole(other.whole) {
-  icu::NumberFormat::setMaximumIntegerDigits(other.getMaximumIntegerDigits());
-  icu::NumberFormat::setMinimumIntegerDigits(other.getMinimumIntegerDigits());
+FieldNumberFormat::FieldNumberFormat(std::unique_ptr<const icu::NumberFormat> format) noexcept
+    : owned(std::move(format)), place(new (std::nothrow) Place), whole(*owned), isPlaceTaken(nullptr) {}
+
+FieldNumberFormat::FieldNumberFormat(const FieldNumberFormat& original, bool* isPlaceTaken) noexcept
+    : whole(original.whole), isPlaceTaken(isPlaceTaken) {
+  icu::NumberFormat::setMaximumIntegerDigits(original.getMaximumIntegerDigits());
+  icu::NumberFormat::setMinimumIntegerDigits(original.getMinimumIntegerDigits());
 }
 
+FieldNumberFormat::~FieldNumberFormat() = default;
+
 FieldNumberFormat* FieldNumberFormat::clone() const {
-  return new FieldNumberFormat(*this);
+  if (!place || place->isTaken) return new FieldNumberFormat(*this, nullptr);
+  place->isTaken = true;
+  return ::new (place->bytes) FieldNumberFormat(*this, &place->isTaken);
+}
+
+void FieldNumberFormat::operator delete(FieldNumberFormat* format, std::destroying_delete_t) {
+  bool* const isPlaceTaken = format->isPlaceTaken;
+  format->~FieldNumberFormat();
+  if (isPlaceTaken)
+    *isPlaceTaken = false;
+  else
+    icu::UMemory::operator delete(format);
 }
 
 icu::UnicodeString& FieldNumberFormat::format(std::int32_t number, icu::UnicodeString& text,

@@ -3,6 +3,7 @@
 #include <unicode/numfmt.h>
 
 #include <memory>
+#include <new>
 
 namespace com::tallowmere::connectivity::plugins {
 
@@ -11,14 +12,21 @@ namespace com::tallowmere::connectivity::plugins {
 /// date format had by itself. The results are that format's, at a fraction of its cost. ICU keeps what is a date's: the
 /// pattern, the calendar and the zone.
 ///
-/// A clone refers to the format of its original, which must outlive it. [one thread]
+/// A date format makes a clone for each number that it writes, and doesn't ask whether there was memory for it. So one
+/// clone at a time lies in a place that its original keeps for it. A clone refers to its original, which must outlive
+/// it. [one thread]
 class FieldNumberFormat final : public icu::NumberFormat {
  public:
   /// Takes the number format of a date format, whose digits must be 0 to 9; not null.
-  explicit FieldNumberFormat(std::unique_ptr<const icu::NumberFormat> whole);
+  explicit FieldNumberFormat(std::unique_ptr<const icu::NumberFormat> whole) noexcept;
+  ~FieldNumberFormat() override;
 
-  /// Null when there is no memory, as ICU has it.
+  /// With the same settings as far as they matter here. Null when there is no memory for a second one at a time.
   FieldNumberFormat* clone() const override;
+
+  /// Ends a clone, which may lie in its original's place for it, or any other format.
+  static void operator delete(FieldNumberFormat* format, std::destroying_delete_t);
+  using icu::UMemory::operator delete;  // where there is no format yet
 
   using icu::NumberFormat::format;
   icu::UnicodeString& format(std::int32_t number, icu::UnicodeString& text, icu::FieldPosition& where) const override;
@@ -31,13 +39,18 @@ class FieldNumberFormat final : public icu::NumberFormat {
   UClassID getDynamicClassID() const override;
 
  private:
-  FieldNumberFormat(const FieldNumberFormat& other);
+  /// Memory for one clone.
+  struct Place;
+
+  FieldNumberFormat(const FieldNumberFormat& original, bool* isPlaceTaken) noexcept;
 
   template <typename Number>
   icu::UnicodeString& formatByWhole(Number number, icu::UnicodeString& text, icu::FieldPosition& where) const;
 
   std::unique_ptr<const icu::NumberFormat> owned;  ///< null in a clone
+  std::unique_ptr<Place> place;                    ///< null in a clone, and without memory
   const icu::NumberFormat& whole;
+  bool* const isPlaceTaken;  ///< of the original's place, in which this clone lies; null elsewhere
 };
 
 }  // namespace com::tallowmere::connectivity::plugins

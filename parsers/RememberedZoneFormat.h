@@ -14,7 +14,8 @@ namespace com::tallowmere::connectivity::plugins {
 /// Reading remembers, so it is for one thread.
 class RememberedZoneFormat final : public icu::TimeZoneFormat {
  public:
-  explicit RememberedZoneFormat(const icu::TimeZoneFormat& whole) : icu::TimeZoneFormat(whole) {}
+  /// `status` tells of a failure, after which the object is of no use.
+  RememberedZoneFormat(const icu::Locale& locale, UErrorCode& status) : icu::TimeZoneFormat(locale, status) {}
 
   /// The copy remembers nothing yet.
   RememberedZoneFormat(const RememberedZoneFormat& other) : icu::TimeZoneFormat(other) {}

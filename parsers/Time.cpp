@@ -45,7 +45,8 @@ icu::UnicodeString utf16Of(const char* text) {
   constexpr std::int32_t longest = 32;
   char16_t ascii[longest];
   std::int32_t length = 0;
-  for (; length < longest && text[length] > 0; ++length) ascii[length] = static_cast<char16_t>(text[length]);
+  const auto isAsciiAt = [text](std::int32_t at) { return static_cast<unsigned char>(text[at]) - 1U < 0x7F; };
+  for (; length < longest && isAsciiAt(length); ++length) ascii[length] = static_cast<char16_t>(text[length]);
   const bool isAscii = length < longest && text[length] == '\0';
   return isAscii ? icu::UnicodeString(ascii, length) : icu::UnicodeString::fromUTF8(text);
 }
@@ -54,15 +55,16 @@ icu::UnicodeString utf16Of(const char* text) {
 void takeNumbersOver(icu::SimpleDateFormat& format) {
   const icu::NumberFormat* const numbers = format.getNumberFormat();
   std::unique_ptr<const icu::NumberFormat> whole(numbers ? numbers->clone() : nullptr);
-  std::unique_ptr<icu::NumberFormat> fields(whole ? new FieldNumberFormat(std::move(whole)) : nullptr);
+  if (!whole) return;
+  std::unique_ptr<icu::NumberFormat> fields(new FieldNumberFormat(std::move(whole)));
   if (fields) format.adoptNumberFormat(fields.release());
 }
 
-/// Has the date format remember the zone it read last.
-void rememberZones(icu::SimpleDateFormat& format) {
-  const icu::TimeZoneFormat* const zones = format.getTimeZoneFormat();
-  std::unique_ptr<icu::TimeZoneFormat> remembered(zones ? new RememberedZoneFormat(*zones) : nullptr);
-  if (remembered) format.adoptTimeZoneFormat(remembered.release());
+/// Has the date format, which is of the locale, remember the zone it read last.
+void rememberZones(icu::SimpleDateFormat& format, const icu::Locale& locale) {
+  UErrorCode status = U_ZERO_ERROR;
+  std::unique_ptr<icu::TimeZoneFormat> zones(new RememberedZoneFormat(locale, status));
+  if (zones && U_SUCCESS(status)) format.adoptTimeZoneFormat(zones.release());
 }
 
 /// Whether ICU would divide by zero: for each digit of a second's fraction beyond the third it multiplies a divisor by
@@ -129,7 +131,7 @@ Time::Time(const DataConstants& constants, const Logger& logger)
   if (formatterIsWhole) takeNumbersOver(formatter);
   if (parserIsWhole) {
     takeNumbersOver(parser);
-    rememberZones(parser);
+    rememberZones(parser, icu::Locale::getEnglish());
   }
   const char* const zone = zoneOfEnvironment();
   if (zone) applyZone(zone);

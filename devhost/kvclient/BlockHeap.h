@@ -30,11 +30,12 @@ class BlockHeap {
     return block != nullptr ? block : refill(sizeClass);
   }
 
-  /// A block with the content of a small one, whose size its address tells. Null when `block` isn't small and the
-  /// heap's own, and when there is no free block at hand. [any thread]
+  /// A block with the content of a small one, whose size its address tells. `block` is the beginning of a live block.
+  /// Null when that isn't small and the heap's own, and when there is no free block at hand. [any thread]
   [[gnu::always_inline]] static void* copySmall(const void* block) noexcept {
     const Chunk* chunk = Arena::chunkOf(block);
-    if (chunk == nullptr || chunk->blockSize > size_classes::small) return nullptr;
+    // A spare chunk has blocks of no size: a mistaken caller shall not damage others.
+    if (chunk == nullptr || chunk->blockSize - 1 >= size_classes::small) return nullptr;
     void* const copy = mine->allocate(chunk->sizeClass);
     if (copy == nullptr) [[unlikely]]
       return nullptr;

@@ -27,7 +27,8 @@ struct Bundle {
 };
 
 /// The books of one chunk of memory. They lie apart from it, side by side: at the heads of their chunks they would all
-/// fall into the same few sets of a cache. All fields but `owner` belong to the owner's thread.
+/// fall into the same few sets of a cache. All fields but `owner` belong to the owner's thread; `blockSize` and
+/// `sizeClass` don't change while a block of the chunk lives, so whoever holds one may read them.
 struct alignas(64) Chunk {
   static constexpr std::size_t size = std::size_t{64} << 10;
   static constexpr std::uint32_t never = std::numeric_limits<std::uint32_t>::max();

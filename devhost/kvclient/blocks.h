@@ -36,7 +36,7 @@ class Unwatched {
     return block;
   }
 
-  /// A copy of a block from its beginning, if that costs less than a look at how long its content is; else null.
+  /// A copy of a live block, given its beginning, if that costs less than a look at how long its content is; else null.
   [[gnu::always_inline]] void* copySmall(const void* block) const noexcept { return copySmallMemory(block); }
 
   /// Moves a block that was allocated with `oldSize` bytes into one of `newSize` bytes, as far as these go. The old

@@ -16,7 +16,7 @@ template <class Blocks>
   return static_cast<char*>(std::memcpy(blocks.allocate(BlockKind::string, size), text, size));
 }
 
-/// Not inlined: most texts are small blocks of the heap.
+/// Not inlined: most texts are small blocks, with free ones at hand for their copies.
 template <class Blocks>
 [[gnu::noinline]] char* copyLongText(const Blocks& blocks, const char* text) {
   return copyText(blocks, text);
@@ -149,8 +149,10 @@ char* qel_copy_string(const char* text) {
 [[gnu::noinline]] static qel_value copyOfAnyLevel(qel_value value, const void* caller) {
   if (value.tag < QEL_STRING) return value;
   return withBlocks("qel_copy_data", caller, [=](const auto& blocks) {
-    if (value.tag == QEL_STRING && value.payload != 0) return copyOfText(blocks, value);
-    return copyOfAny(blocks, value);
+    if (value.tag != QEL_STRING || value.payload == 0) return copyOfAny(blocks, value);
+    const char* const text = blockOf<char>(value);
+    blocks.checkReadable(BlockKind::string, text);
+    return valueOf(copyLongText(blocks, text), QEL_STRING);
   });
 }
 

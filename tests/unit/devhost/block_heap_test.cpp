@@ -120,6 +120,18 @@ TEST(BlockHeapTest, CopiesNeitherLargeBlocksNorWhatIsNotItsOwn) {
   release({large, larger});
 }
 
+TEST(BlockHeapTest, CopiesNothingOfASpareChunk) {
+  runThread([] {
+    const std::vector<void*> blocks = allocate(100'000, 64);
+    release(blocks);
+    release(allocate(1, 64));
+    const auto stale =
+        std::find_if(blocks.begin(), blocks.end(), [](void* block) { return Arena::chunkOf(block)->blockSize == 0; });
+    ASSERT_NE(stale, blocks.end());
+    EXPECT_EQ(BlockHeap::copySmall(*stale), nullptr);
+  });
+}
+
 TEST(BlockHeapTest, CopiesNothingWithoutAFreeBlockAtHand) {
   void* block = BlockHeap::allocate(64);
   std::thread([&] { EXPECT_EQ(BlockHeap::copySmall(block), nullptr) << "a thread that has no heap yet"; }).join();

@@ -2,6 +2,8 @@
 #include <unicode/smpdtfmt.h>
 #include <unicode/unistr.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -14,6 +16,8 @@
 
 namespace tests {
 namespace {
+
+constexpr std::ptrdiff_t mostDigits = 35;  // over which plain ICU may divide by zero
 
 const char* const pattern = "yyyy-MM-dd'T'HH:mm:ss.SSSXXX";
 
@@ -117,6 +121,7 @@ TEST_F(TimeBesideIcuTest, ReadsDamagedTimestampsAlike) {
           break;
       }
     }
+    if (std::count_if(text.begin(), text.end(), ::isdigit) >= mostDigits) continue;
     ASSERT_EQ(readByTime(text), readByIcu(text)) << text;
   }
 }

@@ -221,6 +221,24 @@ TEST_F(TimeOutOfMemoryTest, ReadsATimestampRightOrAsZero) {
   }
 }
 
+// A date format of ICU's asks for a number format for each number, and takes what it gets.
+TEST_F(TimeOutOfMemoryTest, WritesNoNumberIntoNothing) {
+  std::size_t crashes = 0;
+  std::size_t runs = 0;
+  for (bool met = true; met; ++runs) {
+    const Report report = inAChild([&](const Tell& tell) {
+      product::map_t query = mapFromJson(R"({"time": 2.5})");
+      allocationsLeft = static_cast<long>(runs);
+      time().convertQueryTime(query, product::hashed_key("time"));
+      if (allocationsLeft > 0) tell("enough", "");
+    });
+    crashes += report.contains("crashed");
+    met = !report.contains("enough");
+  }
+  EXPECT_GT(runs, 1u) << "ICU must feel the shortage";
+  EXPECT_LE(crashes, 1u) << "the calendar's own";
+}
+
 TEST_F(TimeOutOfMemoryTest, HandsNoMissingTextToTheHost) {
   std::size_t runs = 0;
   for (bool met = true; met; ++runs) {

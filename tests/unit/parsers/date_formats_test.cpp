@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "parsers/FieldNumberFormat.h"
@@ -104,6 +105,37 @@ TEST_F(FieldNumberFormatTest, LeavesOtherTextsToTheWholeFormat) {
   EXPECT_EQ(read("", 0), "0 to 0");
 }
 
+TEST_F(FieldNumberFormatTest, KeepsAPlaceForOneCloneAtATime) {
+  const std::unique_ptr<icu::NumberFormat> first(format->clone());
+  const void* const place = first.get();
+  const std::unique_ptr<icu::NumberFormat> second(format->clone());
+  const std::unique_ptr<icu::NumberFormat> ofAClone(first->clone());
+  EXPECT_NE(second.get(), place);
+  EXPECT_NE(ofAClone.get(), place);
+}
+
+TEST_F(FieldNumberFormatTest, UsesThePlaceAgain) {
+  std::unique_ptr<icu::NumberFormat> clone(format->clone());
+  const void* const place = clone.get();
+  for (int round = 0; round < 3; ++round) {
+    clone.reset();
+    clone.reset(format->clone());
+    EXPECT_EQ(clone.get(), place);
+    EXPECT_EQ(clone->getMaximumIntegerDigits(), format->getMaximumIntegerDigits());
+  }
+}
+
+TEST_F(FieldNumberFormatTest, ClonesKeepTheirDigits) {
+  const std::unique_ptr<icu::NumberFormat> clone(format->clone());
+  clone->setMinimumIntegerDigits(3);
+  clone->setMaximumIntegerDigits(4);
+  const std::unique_ptr<icu::NumberFormat> again(clone->clone());
+  icu::UnicodeString text;
+  icu::FieldPosition anywhere;
+  EXPECT_EQ(utf8(again->format(std::int32_t{7}, text, anywhere)), "007");
+  EXPECT_EQ(again->getMaximumIntegerDigits(), 4);
+}
+
 TEST_F(FieldNumberFormatTest, IsAClassOfItsOwn) {
   const std::unique_ptr<icu::NumberFormat> clone(format->clone());
   EXPECT_EQ(clone->getDynamicClassID(), format->getDynamicClassID());
@@ -115,7 +147,8 @@ class RememberedZoneFormatTest : public testing::Test {
   RememberedZoneFormatTest() {
     UErrorCode status = U_ZERO_ERROR;
     whole.reset(icu::TimeZoneFormat::createInstance(icu::Locale::getEnglish(), status));
-    format = std::make_unique<RememberedZoneFormat>(*whole);
+    format = std::make_unique<RememberedZoneFormat>(icu::Locale::getEnglish(), status);
+    if (U_FAILURE(status)) throw std::runtime_error("ICU has no format of zones");
   }
 
   /// The zone, how far its text reaches, and the kind of time: "GMT to 3, 0", or "none".
@@ -151,6 +184,32 @@ TEST_F(RememberedZoneFormatTest, TakesAnotherStyleForAnotherText) {
                                            UTZFMT_STYLE_ZONE_ID, UTZFMT_STYLE_ISO_EXTENDED_FIXED})
     for (const char* text : {"PDT", "UTC", "Z"})
       EXPECT_EQ(read(*format, text, 0, style), read(*whole, text, 0, style)) << text << " in style " << style;
+}
+
+TEST_F(RememberedZoneFormatTest, TakesOtherOptionsForAnotherText) {
+  const icu::UnicodeString text("JST");  // a name that only the database of zones has
+  for (const std::int32_t options :
+       {std::int32_t{UTZFMT_PARSE_OPTION_TZ_DATABASE_ABBREVIATIONS}, std::int32_t{UTZFMT_PARSE_OPTION_NONE}}) {
+    icu::ParsePosition at(0), expectedAt(0);
+    const std::unique_ptr<icu::TimeZone> zone(format->parse(UTZFMT_STYLE_SPECIFIC_SHORT, text, at, options, nullptr));
+    const std::unique_ptr<icu::TimeZone> expected(
+        whole->parse(UTZFMT_STYLE_SPECIFIC_SHORT, text, expectedAt, options, nullptr));
+    EXPECT_EQ(zone != nullptr, expected != nullptr) << options;
+    EXPECT_EQ(at.getIndex(), expectedAt.getIndex()) << options;
+  }
+}
+
+TEST_F(RememberedZoneFormatTest, RemembersThroughWhatIsNoZone) {
+  EXPECT_EQ(read(*format, "+02:00", 0), "GMT+02:00 to 6, 0");
+  EXPECT_EQ(read(*format, "?", 0), "none");
+  EXPECT_EQ(read(*format, "+02:00", 0), "GMT+02:00 to 6, 0");
+}
+
+TEST_F(RememberedZoneFormatTest, ReadsTheZoneBeforeALongRestToo) {
+  for (const std::size_t rest : {10, 11, 100}) {
+    const std::string text = "+02:00" + std::string(rest, ' ');
+    for (int round = 0; round < 2; ++round) EXPECT_EQ(read(*format, text.c_str(), 0), "GMT+02:00 to 6, 0") << rest;
+  }
 }
 
 TEST_F(RememberedZoneFormatTest, NeedsNoPlaceForTheKindOfTime) {
