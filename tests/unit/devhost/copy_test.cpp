@@ -1,4 +1,9 @@
 // Deep copies of every kind of value, host-built ones included.
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include "tests/unit/devhost/BalanceTest.h"
 
 using namespace values;
@@ -34,6 +39,48 @@ TEST_F(CopyTest, StringValueIsIndependentOfItsSource) {
   EXPECT_EQ(copy.tag, 5u);
   EXPECT_EQ(textOf(copy), "pump");
   release(copy);
+}
+
+TEST_F(CopyTest, TextsOfAllLengthsAreWhole) {
+  for (std::size_t length = 0; length <= 200; ++length) {
+    const std::string text(length, static_cast<char>('a' + length % 26));
+    const qel_value source = string(text.c_str());
+    const qel_value copy = qel_copy_data(source);
+    EXPECT_NE(copy.payload, source.payload);
+    EXPECT_EQ(textOf(copy), text);
+    EXPECT_EQ(textOf(source), text);
+    release(source);
+    release(copy);
+  }
+}
+
+TEST_F(CopyTest, ManyCopiesOfOneTextAreApart) {
+  const qel_value source = string("a text of some length");
+  std::vector<qel_value> copies;
+  for (int i = 0; i < 10'000; ++i) copies.push_back(qel_copy_data(source));
+  std::set<std::uint64_t> blocks{source.payload};
+  for (const qel_value& copy : copies) {
+    EXPECT_TRUE(blocks.insert(copy.payload).second);
+    EXPECT_EQ(textOf(copy), "a text of some length");
+    release(copy);
+  }
+  release(source);
+}
+
+TEST_F(CopyTest, ThreadsCopyATextOfAnother) {
+  const qel_value source = string("shared by all");
+  const auto copyOften = [&] {
+    for (int i = 0; i < 2'000; ++i) {
+      const qel_value copy = qel_copy_data(source);
+      EXPECT_EQ(textOf(copy), "shared by all");
+      release(copy);
+    }
+  };
+  std::thread first(copyOften), second(copyOften);
+  for (int i = 0; i < 2'000; ++i) release(string("the owner goes on"));
+  first.join();
+  second.join();
+  release(source);
 }
 
 TEST_F(CopyTest, CopyOfABorrowedStringOutlivesTheLender) {
