@@ -325,7 +325,7 @@ void HttpTransport::deliverAnswer(Flight& flight) {
   const std::string status = answerStatus(message, keys);
   record.countAnswer(status, latency);
   log(logCategory, LogLevel::debug, "%s: %s after %f seconds", flight.description.c_str(), status.c_str(), latency);
-  flight.walk.elements += elementsOf(message.getPayload());
+  if (flight.request.method == "GET") flight.walk.elements += elementsOf(message.getPayload());
   answered = &flight;
   deliver(message);
   answered = nullptr;

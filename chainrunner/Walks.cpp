@@ -43,6 +43,7 @@ Walk Walks::goOn(const Walk& before, const std::string& lineBefore, const std::s
 }
 
 void Walks::endPage(const Walk& walk) {
+  if (walk.number == 0) return;
   const MutexLock lock(mutex);
   const auto found = walks.find(walk.number);
   if (found != walks.end() && found->second.page == walk.page) walks.erase(found);

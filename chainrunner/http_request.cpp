@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <list>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -46,13 +47,13 @@ const char* readText(const map_t& http, const Key& key) {
   return value->get<const char*>();
 }
 
-/// A scalar as the text of a parameter, header or cookie. `describe` tells what it is.
+/// A scalar as the text of a parameter, header or cookie: its own, or one made in `room`. `describe` tells what it is.
 template <class Describe>
-std::string scalarText(const data_t& value, const Describe& describe) {
-  if (value.isString()) return value.get<std::string>();
+std::string_view scalarText(const data_t& value, std::string& room, const Describe& describe) {
+  if (value.isString()) return value.get<const char*>();
   if (!value.is(Tag::boolean) && !value.is(Tag::integer) && !value.is(Tag::number))
     throw RequestRefused(describe() + " is neither text nor number but " + value.type_name());
-  return toJson(value);
+  return room = toJson(value);
 }
 
 /// Calls `visit` with name and text of each entry of http[key], by name. Empty values are left out.
@@ -63,21 +64,25 @@ void forEachNamed(const map_t& http, const Key& key, const char* kind, const Vis
   if (!container->is(Tag::map))
     throw RequestRefused("http." + key.get<std::string>() + " is not a map but " + container->type_name());
   const auto& map = container->get<map_t>();
-  std::vector<std::pair<std::string, const data_t*>> entries;
+  std::vector<std::pair<std::string_view, const data_t*>> entries;
   entries.reserve(map.size());
-  for (const auto& entry : map)
-    entries.emplace_back(scalarText(entry.first, [&] { return std::string(kind); }), &entry.second);
+  std::list<std::string> rooms;  // for names that aren't texts
+  std::string room;
+  for (const auto& entry : map) {
+    const std::string_view name = scalarText(entry.first, room, [&] { return std::string(kind); });
+    entries.emplace_back(entry.first.isString() ? name : rooms.emplace_back(name), &entry.second);
+  }
   std::sort(entries.begin(), entries.end());
   for (const auto& [name, value] : entries) {
     if (value->empty()) continue;
-    const auto describe = [&, &name = name] { return std::string("The ") + kind + " \"" + name + "\""; };
-    visit(name, scalarText(*value, describe));
+    const auto describe = [&, &name = name] { return std::string("The ") + kind + " \"" + std::string(name) + "\""; };
+    visit(name, scalarText(*value, room, describe));
   }
 }
 
 void appendQuery(std::string& url, const map_t& http, const TransportKeys& keys) {
   char separator = '?';
-  forEachNamed(http, keys.queryString, "query parameter", [&](const std::string& name, const std::string& value) {
+  forEachNamed(http, keys.queryString, "query parameter", [&](std::string_view name, std::string_view value) {
     url += std::exchange(separator, '&');
     appendEncodedQueryText(url, name);
     url += '=';
@@ -123,11 +128,12 @@ class HeaderList {
 
 std::string makeCookies(const map_t& http, const TransportKeys& keys) {
   std::string cookies;
-  forEachNamed(http, keys.cookies, "cookie", [&](const std::string& name, const std::string& value) {
+  forEachNamed(http, keys.cookies, "cookie", [&](std::string_view name, std::string_view value) {
     if (!isToken(name)) throw RequestRefused("The cookie name " + quoted(name) + " is not a token");
     if (hasControlCharacter(value) || value.find_first_of("\";,\\ ") != std::string::npos)
-      throw RequestRefused("The cookie \"" + name + "\" holds a character that no cookie may hold");
-    cookies += (cookies.empty() ? "" : "; ") + name + "=" + value;
+      throw RequestRefused("The cookie \"" + std::string(name) + "\" holds a character that no cookie may hold");
+    if (!cookies.empty()) cookies += "; ";
+    cookies.append(name).append("=").append(value);
   });
   return cookies;
 }
@@ -136,16 +142,17 @@ std::vector<std::string> makeHeaders(const Message& message, const map_t& http, 
                                      const TransportKeys& keys) {
   HeaderList headers;
   headers.lines.reserve(4);
-  forEachNamed(http, keys.headers, "header", [&](const std::string& name, const std::string& value) {
-    if (isReserved(name)) throw RequestRefused("The header \"" + name + "\" belongs to the transport");
+  forEachNamed(http, keys.headers, "header", [&](std::string_view name, std::string_view value) {
+    if (isReserved(name)) throw RequestRefused("The header \"" + std::string(name) + "\" belongs to the transport");
     headers.add(name, value);
   });
   if (const std::string cookies = makeCookies(http, keys); !cookies.empty()) headers.add("Cookie", cookies);
   headers.add("Accept", "application/json");
   if (hasBody) {
     const data_t* contentType = findEntry(message.getMetadataMap(), keys.contentType);
-    headers.add("Content-Type",
-                contentType ? scalarText(*contentType, [] { return std::string("contentType"); }) : "application/json");
+    std::string room;
+    headers.add("Content-Type", contentType ? scalarText(*contentType, room, [] { return std::string("contentType"); })
+                                            : "application/json");
   }
   return std::move(headers.lines);
 }

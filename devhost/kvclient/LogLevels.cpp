@@ -31,7 +31,7 @@ void LogLevels::set(const std::string& prefix, int level) {
   levels[prefix] = level;
 }
 
-int LogLevels::get(const std::string& category) const {
+int LogLevels::get(std::string_view category) const {
   std::lock_guard lock(mutex);
   // Of the prefixes of one text, the longer sorts behind the shorter.
   for (auto prefix = levels.rbegin(); prefix != levels.rend(); ++prefix) {

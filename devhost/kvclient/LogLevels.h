@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace devhost {
 
@@ -16,7 +17,7 @@ class LogLevels {
   void set(const std::string& prefix, int level);
 
   /// The level in force for a category. [any thread, locks mutex]
-  int get(const std::string& category) const;
+  int get(std::string_view category) const;
 
  private:
   mutable std::mutex mutex;

@@ -50,7 +50,7 @@ void logLine(const LogLine& line) {
   if (!takenBySink(out, line)) writeStandardError(renderLine(std::chrono::system_clock::now(), line));
 }
 
-std::string orNull(const char* text) {
+std::string_view orNull(const char* text) {
   return text == nullptr ? "(null)" : text;
 }
 
@@ -89,7 +89,7 @@ void qel_log_at(const char* category, int32_t level, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
   try {
-    const std::string maskedCategory = secretMask().mask(orNull(category));
+    const std::string maskedCategory = secretMask().mask(std::string(orNull(category)));
     const std::string text = secretMask().mask(format == nullptr ? "(null)" : formatText(format, arguments));
     logLine({maskedCategory, level, text});
   } catch (...) {
