@@ -31,7 +31,7 @@ class HttpTransportTest : public testing::Test {
   void connect(const std::string& platform) {
     options.platform = platform;
     transport = std::make_unique<HttpTransport>(
-        options, [this](Message& answer) { take(answer); }, record);
+        options, [this](Message& answer) { take(answer); }, record, [this] { atPause(); });
   }
 
   void send(std::int64_t id, const char* method, const std::string& path, const char* hints = "{}") {
@@ -70,6 +70,7 @@ class HttpTransportTest : public testing::Test {
   }
 
   std::function<void(std::int64_t)> atAnswer = [](std::int64_t) {};
+  std::function<void()> atPause = [] {};
   TransportOptions options;
   RunRecord record;
   std::unique_ptr<HttpTransport> transport;

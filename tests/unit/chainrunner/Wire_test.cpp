@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
@@ -149,6 +150,28 @@ TEST_F(WireTest, SendsALongBodyWholeAndUnannounced) {
   const Received received = server.received().at(0);
   EXPECT_EQ(received.body, body);
   EXPECT_EQ(received.head.find("Expect"), std::string::npos);
+}
+
+TEST_F(WireTest, SendsBodiesOfAllLengthsAlike) {
+  const std::string agent = "User-Agent: marlovance-chain/" QEL_PLUGIN_PRODUCT_VERSION;
+  const std::size_t lengths[] = {5, 65536, 5, 65535, 65536, 0, 1'048'577, 5};
+  for (const char* method : {"POST", "PUT"})
+    for (const std::size_t length : lengths)
+      EXPECT_EQ(outcomeOf(exchange(
+                    request(method, "/a", {"X-Kept: 1", "Content-Type: a/b"}, std::string(length, 'x').c_str()))),
+                "200");
+
+  const auto received = server.received();
+  ASSERT_EQ(received.size(), 2 * std::size(lengths));
+  EXPECT_EQ(server.connections(), 1);
+  for (std::size_t i = 0; i < received.size(); ++i) {
+    const std::string length = std::to_string(lengths[i % std::size(lengths)]);
+    const std::string line = i < std::size(lengths) ? "POST /a" : "PUT /a";
+    EXPECT_EQ(received[i].head,
+              headOf(line, agent + "\r\nX-Kept: 1\r\nContent-Type: a/b\r\nContent-Length: " + length));
+    EXPECT_EQ(received[i].body, std::string(lengths[i % std::size(lengths)], 'x'));
+    EXPECT_EQ(received[i].head.find("Expect"), std::string::npos);
+  }
 }
 
 TEST_F(WireTest, TellsOfItselfUnlessTheRequestDoes) {
