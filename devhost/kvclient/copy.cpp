@@ -55,7 +55,7 @@ class Copier {
  private:
   /// Gives `value`, an alias of the source's, blocks of its own; containers later. Blocks don't move, so the place of a
   /// value inside its new container can be remembered.
-  void own(qel_value& value) {
+  [[gnu::always_inline]] void own(qel_value& value) {
     if (value.tag < QEL_STRING || value.payload == 0) return;
     if (value.tag == QEL_STRING) [[likely]]
       value = copyOfText(blocks, value);
