@@ -49,7 +49,7 @@ inline void* resizeMemory(void* block, std::size_t oldSize, std::size_t newSize)
   return BlockHeap::resize(block, oldSize, newSize);
 }
 
-/// Memory with the content of a small block; null when it is not small, or not known to be, or memory is exhausted.
+/// Memory with the content of a small block; null when it is not small, or not known to be, or no free block is at hand.
 /// [any thread]
 [[gnu::always_inline]] inline void* copySmallMemory(const void* block) noexcept {
   return BlockHeap::copySmall(block);

@@ -75,6 +75,8 @@ class Watched {
   void release(BlockKind kind, void* block) const;
 
   static bool isFromElsewhere(const void*) { return false; }
+
+  /// Null: what is watched is copied by its content.
   static void* copySmall(const void*) { return nullptr; }
 
   /// Aborts where release would, and does nothing else: for a look inside a block that is about to be freed.

@@ -61,6 +61,26 @@ TEST_F(HttpTransportTest, DoesNotRetryAgainWhileThePlatformIsAway) {
   EXPECT_EQ(record.counts().answers.at("502 transport/noConnection"), 10U);
 }
 
+// libcurl takes no text of more than 8,000,000 bytes, so the attempt ends before anything is on the wire.
+TEST_F(HttpTransportTest, GoesOnAfterAnAttemptThatEndsAtOnce) {
+  ScriptedServer server([](const Received&, const Connection& connection) {
+    connection.answer(200, "{}");
+    return true;
+  });
+  options.connections = 1;
+  connect(server.url());
+  const char* const inOrder = R"({"concurrencyControlKey": "k"})";
+  send(1, "GET", "/a", inOrder);
+  send(2, "GET", "/" + std::string(8'000'001, 'x'), inOrder);
+  send(3, "GET", "/b", R"({"concurrencyControlKey": "k", "concurrencyControlFlush": true})");
+  send(4, "GET", "/c", inOrder);
+  EXPECT_EQ(answerTo(1).status, "200");
+  EXPECT_EQ(answerTo(2).status, "502 transport/failed");
+  EXPECT_EQ(answerTo(3).status, "200");
+  EXPECT_EQ(answerTo(4).status, "200");
+  EXPECT_EQ(server.received().size(), 3U);
+}
+
 TEST_F(HttpTransportTest, AnswersForAHostThatHasNoAddress) {
   options.retries = 0;
   EXPECT_EQ(get("http://no-such-host.invalid").status, "502 transport/unknownHost");
